@@ -1,0 +1,54 @@
+// Entries of the BLAS engine. All arguments by pointer, column-major, vrx_int sizes.
+#pragma once
+#include "service/vrx_types.h"
+
+typedef void (*vrx_dgemm_fn)(const char* transa, const char* transb, const vrx_int* m, const vrx_int* n,
+                             const vrx_int* k, const double* alpha, const double* a, const vrx_int* lda,
+                             const double* b, const vrx_int* ldb, const double* beta, double* c,
+                             const vrx_int* ldc);
+
+void vrx_blas_dgemm_gate(const char* transa, const char* transb, const vrx_int* m, const vrx_int* n,
+                         const vrx_int* k, const double* alpha, const double* a, const vrx_int* lda,
+                         const double* b, const vrx_int* ldb, const double* beta, double* c, const vrx_int* ldc,
+                         vrx_int len_transa, vrx_int len_transb);
+void vrx_blas_dgemm(const char* transa, const char* transb, const vrx_int* m, const vrx_int* n, const vrx_int* k,
+                    const double* alpha, const double* a, const vrx_int* lda, const double* b, const vrx_int* ldb,
+                    const double* beta, double* c, const vrx_int* ldc);
+void vrx_blas_dgemm_sequential(const char* transa, const char* transb, const vrx_int* m, const vrx_int* n,
+                               const vrx_int* k, const double* alpha, const double* a, const vrx_int* lda,
+                               const double* b, const vrx_int* ldb, const double* beta, double* c,
+                               const vrx_int* ldc);
+void vrx_blas_dgemm_reference(const char* transa, const char* transb, const vrx_int* m, const vrx_int* n,
+                              const vrx_int* k, const double* alpha, const double* a, const vrx_int* lda,
+                              const double* b, const vrx_int* ldb, const double* beta, double* c,
+                              const vrx_int* ldc);
+void vrx_blas_dgemm_classic(const char* transa, const char* transb, const vrx_int* m, const vrx_int* n,
+                            const vrx_int* k, const double* alpha, const double* a, const vrx_int* lda,
+                            const double* b, const vrx_int* ldb, const double* beta, double* c,
+                            const vrx_int* ldc);
+// Threaded team road; answers 0 when the call should run sequentially instead.
+int vrx_blas_dgemm_team_road(const char* transa, const char* transb, const vrx_int* m, const vrx_int* n,
+                             const vrx_int* k, const double* alpha, const double* a, const vrx_int* lda,
+                             const double* b, const vrx_int* ldb, const double* beta, double* c,
+                             const vrx_int* ldc);
+// 1: classic road (CPU types 0, 2, 3, 4); 2: team road (types 5 and 7).
+int vrx_blas_dgemm_road();
+
+void vrx_blas_dgemv(const char* trans, const vrx_int* rows, const vrx_int* cols, const double* alpha,
+                    const double* a, const vrx_int* lda, const double* x, const vrx_int* incx, const double* beta,
+                    double* y, const vrx_int* incy);
+void vrx_blas_dger_beta(const char* transa, const char* transb, const vrx_int* m, const vrx_int* n,
+                        const double* alpha, const double* x, const vrx_int* incx, const double* y,
+                        const vrx_int* incy, const double* beta, double* c, const vrx_int* ldc);
+void vrx_blas_dcopy_threaded(const vrx_int* n, const double* x, const vrx_int* incx, double* y,
+                             const vrx_int* incy);
+
+// Transposition code of a character: N 0, T 1, C 2, anything else -1.
+inline int vrx_blas_trans_code(char t) {
+  switch (t & ~0x20) {
+    case 'N': return 0;
+    case 'T': return 1;
+    case 'C': return 2;
+    default: return -1;
+  }
+}

@@ -1,0 +1,25 @@
+# Library sources are found by folder: adding a file to the tree adds it to the build.
+# Everything outside */kernels/ is compiled for baseline x86-64.
+set(VRX_SOURCE_ROOTS service interface blas lapack feast optim vector)
+set(VRX_BASE_SOURCES)
+foreach(root IN LISTS VRX_SOURCE_ROOTS)
+  file(GLOB_RECURSE found CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/${root}/*.cpp)
+  list(FILTER found EXCLUDE REGEX "/kernels/")
+  list(APPEND VRX_BASE_SOURCES ${found})
+endforeach()
+
+# One folder per instruction class under any */kernels/, each with its own target flags.
+set(VRX_KERNEL_CLASSES sse2 ssse3 sse42 avx avx2 avx512)
+set(VRX_KERNEL_FLAGS_sse2)
+set(VRX_KERNEL_FLAGS_ssse3 -mssse3)
+set(VRX_KERNEL_FLAGS_sse42 -msse4.2 -mpopcnt)
+set(VRX_KERNEL_FLAGS_avx -mavx)
+set(VRX_KERNEL_FLAGS_avx2 -mavx2 -mfma)
+set(VRX_KERNEL_FLAGS_avx512 -mavx512f -mavx512dq -mavx512bw -mavx512vl -mavx2 -mfma)
+foreach(class IN LISTS VRX_KERNEL_CLASSES)
+  set(VRX_KERNEL_SOURCES_${class})
+  foreach(root IN LISTS VRX_SOURCE_ROOTS)
+    file(GLOB_RECURSE found CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/${root}/kernels/${class}/*.cpp)
+    list(APPEND VRX_KERNEL_SOURCES_${class} ${found})
+  endforeach()
+endforeach()
