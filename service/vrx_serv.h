@@ -54,27 +54,8 @@ const char* vrx_serv_message_text(int number);  // built-in text, or null for an
 std::int32_t vrx_serv_getenv(const char* name, char* buffer, int size);
 extern int vrx_serv_env_restricted;  // 1 or more: only three names can be read
 
-// ---- CPU detection, dispatch, reproducibility (cpu_detect.cpp, cbwr.cpp) ----
-int vrx_serv_cpu_detect();
-int vrx_serv_cbwr_get(int option);
-int vrx_serv_vendor_gate();
-
-// ---- threading control (threads.cpp) ----
-int vrx_serv_get_max_threads();
-int vrx_serv_domain_get_max_threads(int domain);
-int vrx_serv_get_dynamic();
-int vrx_serv_in_parallel();
-
-// ---- memory (memory.cpp) ----
-void* vrx_serv_malloc(std::size_t size, int alignment);
-int vrx_serv_free(void* pointer);
-
-// ---- verbose mode (verbose.cpp) ----
-int* vrx_serv_verbose_mode();
-double vrx_serv_second();
-void vrx_serv_verbose_print(int interface, const char* call_text, double elapsed);
-
-// Wrappers keep a private pointer to the verbose flag, starting at a constant -1
-// (not yet asked). Settling points it at the process-wide flag and returns its value.
-extern const int vrx_serv_verbose_unasked;
-int vrx_serv_verbose_settle(const int** private_state);
+// Topic headers of the service frame, each owned by its subsystem.
+#include "service/vrx_cpu.h"
+#include "service/vrx_threads.h"
+#include "service/vrx_memory.h"
+#include "service/vrx_verbose.h"
