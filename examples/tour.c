@@ -1,5 +1,6 @@
 /* A short tour of customvrx: one matrix product in both layouts, a bad argument,
    and the speed of a 1000 by 1000 product. */
+#define _POSIX_C_SOURCE 199309L
 #include <math.h>
 #include <stdio.h>
 #include <stdlib.h>
