@@ -1,0 +1,155 @@
+#include "bench_support.h"
+
+#include <dlfcn.h>
+#include <immintrin.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <ctime>
+
+double bench_now() {
+  timespec t;
+  clock_gettime(CLOCK_MONOTONIC, &t);
+  return static_cast<double>(t.tv_sec) + 1e-9 * static_cast<double>(t.tv_nsec);
+}
+
+std::vector<bench_peer> bench_load_peers() {
+  std::vector<bench_peer> peers;
+  // Peers read their settings when loaded: give each its best configuration here.
+  unsetenv("OPENBLAS_CORETYPE");
+  unsetenv("OPENBLAS_L2_SIZE");
+  setenv("OPENBLAS_NUM_THREADS", "1", 1);
+  setenv("BLIS_ARCH_TYPE", "0", 1);
+  setenv("BLIS_NUM_THREADS", "1", 1);
+  struct candidate {
+    const char* name;
+    const char* path;
+  };
+  const candidate candidates[] = {{"OpenBLAS", VRX_PEER_OPENBLAS}, {"BLIS", VRX_PEER_BLIS}};
+  for (const candidate& c : candidates) {
+    bench_peer peer{c.name, nullptr};
+    if (c.path[0] != '\0') {
+      void* handle = dlopen(c.path, RTLD_NOW | RTLD_LOCAL);
+      if (handle) {
+        peer.dgemm = reinterpret_cast<bench_cblas_dgemm_fn>(dlsym(handle, "cblas_dgemm"));
+        // One thread, whatever the OpenMP runtime would otherwise give them.
+        typedef void (*set_threads_fn)(int);
+        for (const char* setter : {"openblas_set_num_threads", "bli_thread_set_num_threads"})
+          if (auto set = reinterpret_cast<set_threads_fn>(dlsym(handle, setter))) set(1);
+      }
+    }
+    peers.push_back(peer);
+  }
+  return peers;
+}
+
+namespace {
+constexpr long peak_iterations = 20000000;
+
+// Twelve independent accumulators hide the latency of each operation.
+__attribute__((target("sse2"))) double peak_sse2() {
+  __m128d acc[12], m = _mm_set1_pd(0.999999), a = _mm_set1_pd(1e-9);
+  for (auto& x : acc) x = _mm_set1_pd(1.0);
+  const double start = bench_now();
+  for (long i = 0; i < peak_iterations; ++i)
+    for (auto& x : acc) x = _mm_add_pd(_mm_mul_pd(x, m), a);
+  const double t = bench_now() - start;
+  __m128d s = acc[0];
+  for (int i = 1; i < 12; ++i) s = _mm_add_pd(s, acc[i]);
+  volatile double sink = _mm_cvtsd_f64(s);
+  (void)sink;
+  return 12.0 * 2 * 2 * peak_iterations / t * 1e-9;
+}
+
+__attribute__((target("avx"))) double peak_avx() {
+  __m256d acc[12], m = _mm256_set1_pd(0.999999), a = _mm256_set1_pd(1e-9);
+  for (auto& x : acc) x = _mm256_set1_pd(1.0);
+  const double start = bench_now();
+  for (long i = 0; i < peak_iterations; ++i)
+    for (auto& x : acc) x = _mm256_add_pd(_mm256_mul_pd(x, m), a);
+  const double t = bench_now() - start;
+  __m256d s = acc[0];
+  for (int i = 1; i < 12; ++i) s = _mm256_add_pd(s, acc[i]);
+  volatile double sink = _mm256_cvtsd_f64(s);
+  (void)sink;
+  return 12.0 * 4 * 2 * peak_iterations / t * 1e-9;
+}
+
+__attribute__((target("avx2,fma"))) double peak_fma256() {
+  __m256d acc[12], m = _mm256_set1_pd(0.999999), a = _mm256_set1_pd(1e-9);
+  for (auto& x : acc) x = _mm256_set1_pd(1.0);
+  const double start = bench_now();
+  for (long i = 0; i < peak_iterations; ++i)
+    for (auto& x : acc) x = _mm256_fmadd_pd(x, m, a);
+  const double t = bench_now() - start;
+  __m256d s = acc[0];
+  for (int i = 1; i < 12; ++i) s = _mm256_add_pd(s, acc[i]);
+  volatile double sink = _mm256_cvtsd_f64(s);
+  (void)sink;
+  return 12.0 * 4 * 2 * peak_iterations / t * 1e-9;
+}
+
+__attribute__((target("avx512f"))) double peak_fma512() {
+  __m512d acc[12], m = _mm512_set1_pd(0.999999), a = _mm512_set1_pd(1e-9);
+  for (auto& x : acc) x = _mm512_set1_pd(1.0);
+  const double start = bench_now();
+  for (long i = 0; i < peak_iterations; ++i)
+    for (auto& x : acc) x = _mm512_fmadd_pd(x, m, a);
+  const double t = bench_now() - start;
+  __m512d s = acc[0];
+  for (int i = 1; i < 12; ++i) s = _mm512_add_pd(s, acc[i]);
+  volatile double sink = _mm512_reduce_add_pd(s);
+  (void)sink;
+  return 12.0 * 8 * 2 * peak_iterations / t * 1e-9;
+}
+}  // namespace
+
+bool bench_cpu_can_run_type(int cpu_type) {
+  switch (cpu_type) {
+    case 0: return true;
+    case 2: return __builtin_cpu_supports("ssse3");
+    case 3: return __builtin_cpu_supports("sse4.2");
+    case 4: return __builtin_cpu_supports("avx");
+    case 5: return __builtin_cpu_supports("avx2") && __builtin_cpu_supports("fma");
+    case 7: return __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512dq") &&
+                   __builtin_cpu_supports("avx512bw") && __builtin_cpu_supports("avx512vl");
+    default: return false;
+  }
+}
+
+bench_peaks bench_measure_peaks() {
+  bench_peaks p{};
+  p.sse2_mul_add = peak_sse2();
+  if (bench_cpu_can_run_type(4)) p.avx_mul_add = peak_avx();
+  if (bench_cpu_can_run_type(5)) p.avx2_fma = peak_fma256();
+  if (bench_cpu_can_run_type(7)) p.avx512_fma = peak_fma512();
+  return p;
+}
+
+double bench_peak_for_type(const bench_peaks& peaks, int cpu_type) {
+  switch (cpu_type) {
+    case 4: return peaks.avx_mul_add;
+    case 5: return peaks.avx2_fma;
+    case 7: return peaks.avx512_fma;
+    default: return peaks.sse2_mul_add;
+  }
+}
+
+std::string bench_rerun_self(const std::vector<std::string>& args, const std::vector<std::string>& extra_env) {
+  std::string command;
+  for (const std::string& e : extra_env) command += e + " ";
+  char self[4096];
+  const ssize_t n = readlink("/proc/self/exe", self, sizeof self - 1);
+  if (n <= 0) return "";
+  self[n] = '\0';
+  command += std::string("'") + self + "'";
+  for (const std::string& a : args) command += " '" + a + "'";
+  std::string out;
+  FILE* pipe = popen(command.c_str(), "r");
+  if (!pipe) return out;
+  char buffer[4096];
+  while (fgets(buffer, sizeof buffer, pipe)) out += buffer;
+  pclose(pipe);
+  return out;
+}

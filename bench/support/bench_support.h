@@ -1,0 +1,46 @@
+// Shared pieces of the benchmarks: a clock, peers loaded as black boxes, the
+// machine's measured peak per instruction class, and re-running under a forced CPU type.
+#pragma once
+#include <string>
+#include <vector>
+
+double bench_now();
+
+// Best time of `repeats` runs of body(), after one warm-up run.
+template <typename Body>
+double bench_best_seconds(int repeats, Body&& body) {
+  body();
+  double best = 1e300;
+  for (int r = 0; r < repeats; ++r) {
+    const double start = bench_now();
+    body();
+    const double t = bench_now() - start;
+    if (t < best) best = t;
+  }
+  return best;
+}
+
+typedef void (*bench_cblas_dgemm_fn)(int, int, int, int, int, int, double, const double*, int, const double*, int,
+                                     double, double*, int);
+struct bench_peer {
+  const char* name;
+  bench_cblas_dgemm_fn dgemm;  // null when the library is not installed
+};
+// OpenBLAS and BLIS from Debian's packages, each set to one thread and to its best
+// kernels on this machine (OpenBLAS without its core-type override, BLIS with arch 0).
+std::vector<bench_peer> bench_load_peers();
+
+// Single-core peak in GFLOPS of a loop of independent vector operations.
+struct bench_peaks {
+  double sse2_mul_add;   // 128-bit multiply plus add
+  double avx_mul_add;    // 256-bit multiply plus add
+  double avx2_fma;       // 256-bit FMA
+  double avx512_fma;     // 512-bit FMA (0 where not supported)
+};
+bench_peaks bench_measure_peaks();
+// The peak that bounds a CPU type's kernels.
+double bench_peak_for_type(const bench_peaks& peaks, int cpu_type);
+bool bench_cpu_can_run_type(int cpu_type);
+
+// Runs this program again with `extra_env` added and returns its stdout.
+std::string bench_rerun_self(const std::vector<std::string>& args, const std::vector<std::string>& extra_env);
