@@ -35,7 +35,9 @@ bool branch_permits_threads() {
   const int branch = vrx_serv_cbwr_get(1);
   if (branch == 1) return true;
   if (branch < 2 || branch > 7) return true;
-  return false;  // branch 2 with an automatic branch outside 4 to 7 joins once AUTO is resolved
+  if (branch > 2) return false;
+  const int automatic = vrx_serv_cbwr_auto_branch();  // AUTO forks unless it stands for branches 4 to 7
+  return automatic < 4 || automatic > 7;
 }
 }  // namespace
 
