@@ -1,5 +1,6 @@
 // Dispatchers of the GEMM engine: the sequential kernel and the road selector.
 #include "blas/vrx_blas.h"
+#include "blas/vrx_l3.h"
 #include "service/vrx_dispatch.h"
 
 namespace {
@@ -12,12 +13,12 @@ constexpr vrx_variants<road_fn> road_variants = {
     .sse42 = classic_road,    .avx = classic_road,        .avx2 = team_road,    .avx512 = team_road,
 };
 
-// Interim: every CPU type runs the portable kernel until the blocked kernels land.
+// Interim: types below AVX2 run the portable kernel until their blocked kernels land.
 constexpr vrx_variants<vrx_dgemm_fn> sequential_variants = {
     .portable = vrx_blas_dgemm_reference, .compatible = vrx_blas_dgemm_reference,
     .sse2 = vrx_blas_dgemm_reference,     .ssse3 = vrx_blas_dgemm_reference,
     .sse42 = vrx_blas_dgemm_reference,    .avx = vrx_blas_dgemm_reference,
-    .avx2 = vrx_blas_dgemm_reference,     .avx512 = vrx_blas_dgemm_reference,
+    .avx2 = vrx_blas_dgemm_route_avx2,     .avx512 = vrx_blas_dgemm_route_avx512,
 };
 
 road_fn road_cache = nullptr;

@@ -1,0 +1,24 @@
+// The 12 by 4 register-block kernel of CPU type 5 (AVX2 with FMA), its pack routines and its table.
+#include "blas/kernels/avx2/dgemm_vec.h"
+#include "blas/kernels/dgemm_l3_class.h"
+
+namespace {
+constexpr int mr = 12, nr = 4;
+constexpr int ahead = 768;  // bytes of A ahead of the k loop (B: half of it)
+
+// Row slots: 12, then tails 1, 2, 4, 8. Column slots: 4, then tails 1, 2.
+#define VRX_TILE_ROW(V, NV, S, AH) \
+  { vrx_l3_tile<V, NV, 4, S, AH>, vrx_l3_tile<V, NV, 1, S, 0>, vrx_l3_tile<V, NV, 2, S, 0> }
+#define VRX_TILE_TABLE(S)                                                                                  \
+  {                                                                                                       \
+    VRX_TILE_ROW(vrx_vec4, 3, S, ahead), VRX_TILE_ROW(vrx_vec1, 1, S, 0), VRX_TILE_ROW(vrx_vec2, 1, S, 0), \
+        VRX_TILE_ROW(vrx_vec4, 1, S, 0), VRX_TILE_ROW(vrx_vec4, 2, S, ahead)                               \
+  }
+constexpr vrx_l3_tile_fn tiles_add[5][3] = VRX_TILE_TABLE(false);
+constexpr vrx_l3_tile_fn tiles_store[5][3] = VRX_TILE_TABLE(true);
+#undef VRX_TILE_TABLE
+#undef VRX_TILE_ROW
+}  // namespace
+
+const vrx_l3_dgemm_kernels vrx_l3_dgemm_kernels_avx2 =
+    vrx_l3_class_kernels<mr, nr, 5, 3, tiles_add, tiles_store, vrx_blas_dgemm_unpacked_avx2>();
