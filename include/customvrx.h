@@ -3,6 +3,8 @@
 #ifndef CUSTOMVRX_H
 #define CUSTOMVRX_H
 
+#include <stddef.h>
+
 #ifdef __cplusplus
 extern "C" {
 #endif
@@ -17,6 +19,17 @@ typedef enum CBLAS_TRANSPOSE { CblasNoTrans = 111, CblasTrans = 112, CblasConjTr
 void cblas_dgemm(CBLAS_LAYOUT layout, CBLAS_TRANSPOSE transa, CBLAS_TRANSPOSE transb, int m, int n, int k,
                  double alpha, const double *a, int lda, const double *b, int ldb, double beta, double *c,
                  int ldc);
+
+/* ---- Matrix copy and transposition ----
+   ordering 'R' (row-major) or 'C' (column-major), either case; trans 'N'/'R' copies,
+   'T'/'C' transposes, either case. rows and cols describe the source; lda and ldb are the
+   source and target distances between rows ('R') or columns ('C'). The result is alpha
+   times the (transposed) source. Arguments are not checked; another letter does nothing.
+   VRX_Dimatcopy works in place in ab; VRX_Domatcopy writes b, which must not overlap a. */
+void VRX_Dimatcopy(char ordering, char trans, size_t rows, size_t cols, double alpha, double *ab, size_t lda,
+                   size_t ldb);
+void VRX_Domatcopy(char ordering, char trans, size_t rows, size_t cols, double alpha, const double *a, size_t lda,
+                   double *b, size_t ldb);
 
 #ifdef __cplusplus
 }

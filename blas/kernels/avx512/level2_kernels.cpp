@@ -1,0 +1,5 @@
+// Level-2 kernels of the avx512 class: the shared bodies at 64-byte vector width.
+#define VRX_VEC_BYTES 64
+#include "blas/kernels/level2_body.h"
+
+VRX_LEVEL2_TABLES(avx512)

@@ -1,0 +1,48 @@
+// Shared pieces of the level-2 routines: argument letters, error reports and the vector
+// steps that take the kernels for unit strides and plain loops otherwise.
+#pragma once
+#include "blas/vrx_level12.h"
+#include "service/vrx_serv.h"
+
+// Whether the first letter of a word is one of `letters` (upper case), in either case.
+inline bool vrx_l2_letter(const char* word, const char* letters) {
+  const char c = static_cast<char>(*word & ~0x20);
+  for (; *letters; ++letters)
+    if (c == *letters) return true;
+  return false;
+}
+
+// Reports a bad argument at `position` under `name` (six characters, blank-padded).
+inline void vrx_l2_report(const char* name, int position) { vrx_serv_xerbla(name, &position, 6); }
+
+// dst += alpha src.
+template <typename T>
+inline void vrx_l2_add_scaled(vrx_int len, T alpha, const T* src, vrx_int src_inc, T* dst, vrx_int dst_inc) {
+  if (len < 1) return;
+  if (src_inc == 1 && dst_inc == 1) return vrx_blas_level1<T>()->axpy(len, alpha, src, dst);
+  for (vrx_int i = 0; i < len; ++i) dst[i * dst_inc] += alpha * src[i * src_inc];
+}
+
+template <typename T>
+inline T vrx_l2_dot(vrx_int len, const T* a, vrx_int a_inc, const T* b, vrx_int b_inc) {
+  if (len < 1) return 0;
+  if (a_inc == 1 && b_inc == 1) return vrx_blas_level1<T>()->dot(len, a, b);
+  T s = 0;
+  for (vrx_int i = 0; i < len; ++i) s += a[i * a_inc] * b[i * b_inc];
+  return s;
+}
+
+// The checks shared by the triangular products and solves; reports and answers true
+// when an argument is bad.
+inline bool vrx_l2_triangular_bad(const char* name, const char* uplo, const char* trans, const char* diag, vrx_int n,
+                                  vrx_int lda, vrx_int incx) {
+  int position = 0;
+  if (!vrx_l2_letter(uplo, "UL")) position = 1;
+  else if (!vrx_l2_letter(trans, "NTC")) position = 2;
+  else if (!vrx_l2_letter(diag, "UN")) position = 3;
+  else if (n < 0) position = 4;
+  else if (lda < (n > 1 ? n : 1)) position = 6;
+  else if (incx == 0) position = 8;
+  if (position) vrx_l2_report(name, position);
+  return position != 0;
+}

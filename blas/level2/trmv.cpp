@@ -1,0 +1,52 @@
+// DTRMV and STRMV: x := op(A) x for a triangular A, in place, by columns (no
+// transposition) or by dot products (transposed).
+#include "blas/level2/level2_common.h"
+#include "blas/vrx_stride.h"
+
+namespace {
+template <typename T>
+void trmv(const char* name, const char* uplo, const char* trans, const char* diag, vrx_int n, const T* a,
+          vrx_int lda, T* x, vrx_int incx) {
+  if (vrx_l2_triangular_bad(name, uplo, trans, diag, n, lda, incx)) return;
+  if (n == 0) return;
+  const bool upper = vrx_l2_letter(uplo, "U"), plain = vrx_l2_letter(trans, "N"), unit = vrx_l2_letter(diag, "U");
+  T* x0 = x + vrx_blas_first_index(n, incx);
+  auto col = [&](vrx_int j) { return a + j * lda; };
+  if (plain && upper) {
+    for (vrx_int j = 0; j < n; ++j) {
+      T& xj = x0[j * incx];
+      if (xj == 0) continue;
+      vrx_l2_add_scaled(j, xj, col(j), vrx_int(1), x0, incx);
+      if (!unit) xj *= col(j)[j];
+    }
+  } else if (plain) {
+    for (vrx_int j = n - 1; j >= 0; --j) {
+      T& xj = x0[j * incx];
+      if (xj == 0) continue;
+      vrx_l2_add_scaled(n - j - 1, xj, col(j) + j + 1, vrx_int(1), x0 + (j + 1) * incx, incx);
+      if (!unit) xj *= col(j)[j];
+    }
+  } else if (upper) {
+    for (vrx_int j = n - 1; j >= 0; --j) {
+      T t = x0[j * incx];
+      if (!unit) t *= col(j)[j];
+      x0[j * incx] = t + vrx_l2_dot(j, col(j), vrx_int(1), x0, incx);
+    }
+  } else {
+    for (vrx_int j = 0; j < n; ++j) {
+      T t = x0[j * incx];
+      if (!unit) t *= col(j)[j];
+      x0[j * incx] = t + vrx_l2_dot(n - j - 1, col(j) + j + 1, vrx_int(1), x0 + (j + 1) * incx, incx);
+    }
+  }
+}
+}  // namespace
+
+void DTRMV(const char* uplo, const char* trans, const char* diag, const vrx_int* n, const double* a,
+           const vrx_int* lda, double* x, const vrx_int* incx) {
+  trmv("DTRMV ", uplo, trans, diag, *n, a, *lda, x, *incx);
+}
+void STRMV(const char* uplo, const char* trans, const char* diag, const vrx_int* n, const float* a,
+           const vrx_int* lda, float* x, const vrx_int* incx) {
+  trmv("STRMV ", uplo, trans, diag, *n, a, *lda, x, *incx);
+}
