@@ -20,6 +20,11 @@ void cblas_dgemm(CBLAS_LAYOUT layout, CBLAS_TRANSPOSE transa, CBLAS_TRANSPOSE tr
                  double alpha, const double *a, int lda, const double *b, int ldb, double beta, double *c,
                  int ldc);
 
+/* ---- Vector math ----
+   y[i] := a[i] - b[i] for i < *n. y may be a or b itself, but no partial overlap.
+   *n = 0 does nothing; a negative *n or a null array prints one message and leaves y untouched. */
+void vdsub(const int *n, const double *a, const double *b, double *y);
+
 /* ---- Matrix copy and transposition ----
    ordering 'R' (row-major) or 'C' (column-major), either case; trans 'N'/'R' copies,
    'T'/'C' transposes, either case. rows and cols describe the source; lda and ldb are the
@@ -30,6 +35,18 @@ void VRX_Dimatcopy(char ordering, char trans, size_t rows, size_t cols, double a
                    size_t ldb);
 void VRX_Domatcopy(char ordering, char trans, size_t rows, size_t cols, double alpha, const double *a, size_t lda,
                    double *b, size_t ldb);
+
+/* ---- Jacobian by central differences ----
+   fjac (m by n, column-major, leading dimension m) := the Jacobian of fcn at x, with step
+   parameter *eps. fcn(m, n, x, f) writes m values to f at the point x; it is called 2n times,
+   concurrently from several threads, each with its own copy of x. Its m and n point at 64-bit
+   integers, so reading them as int or as long long gives the same value.
+   Returns 1501 on success, 1502 for n < 1 or *eps <= 0, 1503 when memory runs out. */
+typedef void (*djacobi_fcn)(int *m, int *n, double *x, double *f);
+typedef void (*djacobix_fcn)(int *m, int *n, double *x, double *f, void *user_data);
+int djacobi(djacobi_fcn fcn, const int *n, const int *m, double *fjac, const double *x, const double *eps);
+int djacobix(djacobix_fcn fcn, const int *n, const int *m, double *fjac, const double *x, const double *eps,
+             void *user_data);
 
 #ifdef __cplusplus
 }
