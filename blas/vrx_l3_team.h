@@ -1,0 +1,56 @@
+// The team road of GEMM (CPU types 5 and 7): the cost model that fixes the thread
+// count, the layouts that cut C (and k) among the threads, and the team's workers.
+// Every thread decides the layout by itself from identical inputs.
+#pragma once
+#include "blas/vrx_l3.h"
+
+// Threads for an m by n by k product when `max_threads` may be used; 1 means sequential.
+int vrx_l3_team_thread_count(int cpu, vrx_int m, vrx_int n, vrx_int k, int max_threads);
+
+// Whether a small C (m, n at most 378) should rather split k among `threads` threads.
+bool vrx_l3_team_k_split_model(int threads, vrx_int m, vrx_int n, vrx_int k);
+
+// Fills split, team_mode, grid_m, grid_n, grid_k and pack_threads of `team` for an
+// m by n by k product from team->threads (two or more), team->cpu and team->road.
+void vrx_l3_team_layout(vrx_l3_team* team, vrx_int m, vrx_int n, vrx_int k);
+
+// A run of a length cut among parts.
+struct vrx_l3_part {
+  vrx_int start;
+  vrx_int count;  // 0: the part is empty
+};
+// Part `index` of `parts`: equal parts, the rest on the last one (rows and columns).
+vrx_l3_part vrx_l3_cut(vrx_int length, vrx_int parts, vrx_int index);
+// Part `index` of `parts` for k: the first parts take one more.
+vrx_l3_part vrx_l3_cut_k(vrx_int length, vrx_int parts, vrx_int index);
+// The finer cut of the two-dimensional grid. With `dynamic` on an uneven cut shrinks
+// the number of parts; the answer is the number of parts in use.
+vrx_int vrx_l3_cut_grid(vrx_int length, vrx_int parts, bool rows, bool dynamic, vrx_int index,
+                        vrx_l3_part* part);
+
+// Thread count and records of the team road for the calling thread: CPU type, domain
+// thread count, road and the cost model's count (1: the call stays sequential).
+int vrx_l3_team_plan(vrx_int m, vrx_int n, vrx_int k, vrx_l3_team* team);
+
+// Forks team->threads threads; each takes a private copy of the records, decides the
+// layout for the threads really delivered and runs its part.
+void vrx_blas_dgemm_team(const vrx_l3_call* call, const vrx_l3_view* a, const vrx_l3_view* b,
+                         const vrx_l3_view* c, const vrx_l3_team* team);
+
+// One thread's work, on its private copies (team->id, team->threads as delivered).
+void vrx_l3_team_worker(vrx_l3_call* call, const vrx_l3_view* a, const vrx_l3_view* b, const vrx_l3_view* c,
+                        vrx_l3_team* team);
+// The workers of the layouts that need more than one driver run per thread.
+void vrx_l3_team_k_split(vrx_l3_call* call, const vrx_l3_view* a, const vrx_l3_view* b, const vrx_l3_view* c,
+                         const vrx_l3_team* team, const vrx_l3_ops* ops);
+void vrx_l3_team_cooperating(vrx_l3_call* call, const vrx_l3_view* a, const vrx_l3_view* b,
+                             const vrx_l3_view* c, const vrx_l3_team* team, const vrx_l3_ops* ops);
+
+// Leading dimension of a k-split slab for C with m rows: 64 above a multiple of 256.
+inline vrx_int vrx_l3_slab_ld(vrx_int m) { return (m + 255) / 256 * 256 + 64; }
+
+// Sums the k-split slabs into C for `rows` rows: c := slab 0 + the others + c, the
+// slabs `slab_stride` apart. With 18 or more parts the slabs after the first go in
+// groups of 16, then pairs, then singly.
+void vrx_l3_team_reduce(double* c, const double* slabs, vrx_int slab_stride, int slab_count, vrx_int rows,
+                        int parts);
