@@ -1,5 +1,6 @@
 // Dispatchers of the GEMM engine: the sequential kernel and the road selector.
 #include "blas/vrx_blas.h"
+#include "blas/vrx_gemm_packed.h"
 #include "blas/vrx_l3.h"
 #include "service/vrx_dispatch.h"
 
@@ -13,11 +14,11 @@ constexpr vrx_variants<road_fn> road_variants = {
     .sse42 = classic_road,    .avx = classic_road,        .avx2 = team_road,    .avx512 = team_road,
 };
 
-// Interim: types below AVX2 run the portable kernel until their blocked kernels land.
+// Sequential kernels by CPU type; the compatible entry is the reproducible SSE2 set.
 constexpr vrx_variants<vrx_dgemm_fn> sequential_variants = {
-    .portable = vrx_blas_dgemm_reference, .compatible = vrx_blas_dgemm_reference,
-    .sse2 = vrx_blas_dgemm_reference,     .ssse3 = vrx_blas_dgemm_reference,
-    .sse42 = vrx_blas_dgemm_reference,    .avx = vrx_blas_dgemm_reference,
+    .portable = vrx_blas_dgemm_reference, .compatible = vrx_blas_dgemm_route_sse2_compatible,
+    .sse2 = vrx_blas_dgemm_route_sse2,     .ssse3 = vrx_blas_dgemm_route_ssse3,
+    .sse42 = vrx_blas_dgemm_route_sse42,    .avx = vrx_blas_dgemm_route_avx,
     .avx2 = vrx_blas_dgemm_route_avx2,     .avx512 = vrx_blas_dgemm_route_avx512,
 };
 
