@@ -145,16 +145,38 @@ void vrx_ip_gemm(const char* transa, const char* transb, const vrx_int* m_, cons
   }
 }
 
-// k = K fixed, m and n at most 10, beta = 1: C += alpha op(A) op(B).
-template <int K>
+// k = K fixed, m and n at most 10, beta = 1: C += alpha op(A) op(B). With A as stored,
+// whole vectors of rows first: A's K vectors stay in registers across the columns, and
+// two accumulators halve the dependent chain of each column.
+template <class V, int K>
 void vrx_ip_tiny(bool at, bool bt, vrx_int m, vrx_int n, double alpha, const double* a, vrx_int lda,
                  const double* b, vrx_int ldb, double* c, vrx_int ldc) {
+  constexpr int W = V::width;
+  vrx_int i0 = 0;
+  if (!at) {
+    const typename V::type va = V::set(alpha);
+    for (; i0 + W <= m; i0 += W) {
+      typename V::type av[K];
+      for (int l = 0; l < K; ++l) av[l] = V::load(a + i0 + l * lda);
+      for (vrx_int j = 0; j < n; ++j) {
+        typename V::type even = V::zero(), odd = V::zero();
+        for (int l = 0; l < K; ++l) {
+          const typename V::type bv = V::bcast(bt ? b + j + l * ldb : b + l + j * ldb);
+          if (l % 2 == 0) even = V::fma(av[l], bv, even);
+          else odd = V::fma(av[l], bv, odd);
+        }
+        double* p = c + i0 + j * ldc;
+        V::store(p, V::fma(va, V::add(even, odd), V::load(p)));
+      }
+    }
+    if (i0 == m) return;
+  }
   for (vrx_int j = 0; j < n; ++j) {
     double bl[K];
     for (int l = 0; l < K; ++l) bl[l] = alpha * (bt ? b[j + l * ldb] : b[l + j * ldb]);
     double* cj = c + j * ldc;
     if (!at) {
-      for (vrx_int i = 0; i < m; ++i) {
+      for (vrx_int i = i0; i < m; ++i) {
         double s = cj[i];
         for (int l = 0; l < K; ++l) s = __builtin_fma(a[i + l * lda], bl[l], s);
         cj[i] = s;
@@ -169,7 +191,8 @@ void vrx_ip_tiny(bool at, bool bt, vrx_int m, vrx_int n, double alpha, const dou
   }
 }
 
-inline void vrx_ip_tiny_k(const char* transa, const char* transb, const vrx_int* m_, const vrx_int* n_,
+template <class V>
+void vrx_ip_tiny_k(const char* transa, const char* transb, const vrx_int* m_, const vrx_int* n_,
                           const vrx_int* k_, const double* alpha_, const double* a, const vrx_int* lda_,
                           const double* b, const vrx_int* ldb_, const double*, double* c, const vrx_int* ldc_) {
   const bool at = vrx_blas_trans_code(*transa) != 0, bt = vrx_blas_trans_code(*transb) != 0;
@@ -177,16 +200,16 @@ inline void vrx_ip_tiny_k(const char* transa, const char* transb, const vrx_int*
   const double alpha = *alpha_;
   if (m < 1 || n < 1 || alpha == 0.0) return;
   switch (*k_) {
-    case 1: vrx_ip_tiny<1>(at, bt, m, n, alpha, a, lda, b, ldb, c, ldc); break;
-    case 2: vrx_ip_tiny<2>(at, bt, m, n, alpha, a, lda, b, ldb, c, ldc); break;
-    case 3: vrx_ip_tiny<3>(at, bt, m, n, alpha, a, lda, b, ldb, c, ldc); break;
-    case 4: vrx_ip_tiny<4>(at, bt, m, n, alpha, a, lda, b, ldb, c, ldc); break;
-    case 5: vrx_ip_tiny<5>(at, bt, m, n, alpha, a, lda, b, ldb, c, ldc); break;
-    case 6: vrx_ip_tiny<6>(at, bt, m, n, alpha, a, lda, b, ldb, c, ldc); break;
-    case 7: vrx_ip_tiny<7>(at, bt, m, n, alpha, a, lda, b, ldb, c, ldc); break;
-    case 8: vrx_ip_tiny<8>(at, bt, m, n, alpha, a, lda, b, ldb, c, ldc); break;
-    case 9: vrx_ip_tiny<9>(at, bt, m, n, alpha, a, lda, b, ldb, c, ldc); break;
-    case 10: vrx_ip_tiny<10>(at, bt, m, n, alpha, a, lda, b, ldb, c, ldc); break;
+    case 1: vrx_ip_tiny<V, 1>(at, bt, m, n, alpha, a, lda, b, ldb, c, ldc); break;
+    case 2: vrx_ip_tiny<V, 2>(at, bt, m, n, alpha, a, lda, b, ldb, c, ldc); break;
+    case 3: vrx_ip_tiny<V, 3>(at, bt, m, n, alpha, a, lda, b, ldb, c, ldc); break;
+    case 4: vrx_ip_tiny<V, 4>(at, bt, m, n, alpha, a, lda, b, ldb, c, ldc); break;
+    case 5: vrx_ip_tiny<V, 5>(at, bt, m, n, alpha, a, lda, b, ldb, c, ldc); break;
+    case 6: vrx_ip_tiny<V, 6>(at, bt, m, n, alpha, a, lda, b, ldb, c, ldc); break;
+    case 7: vrx_ip_tiny<V, 7>(at, bt, m, n, alpha, a, lda, b, ldb, c, ldc); break;
+    case 8: vrx_ip_tiny<V, 8>(at, bt, m, n, alpha, a, lda, b, ldb, c, ldc); break;
+    case 9: vrx_ip_tiny<V, 9>(at, bt, m, n, alpha, a, lda, b, ldb, c, ldc); break;
+    case 10: vrx_ip_tiny<V, 10>(at, bt, m, n, alpha, a, lda, b, ldb, c, ldc); break;
     default: break;
   }
 }

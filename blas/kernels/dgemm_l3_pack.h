@@ -2,6 +2,8 @@
 // class (internal linkage). A block is cut into panels of the register extent, the tail
 // in powers of two; no zero padding. The factor is multiplied in as values are copied.
 #pragma once
+#include <immintrin.h>
+
 #include "blas/vrx_l3.h"
 
 namespace {
@@ -14,17 +16,81 @@ template <int H>
   for (vrx_int l = 0; l < kb; ++l) {
     const double* s = src + l * ld;
     double* o = out + l * H;
+    // The next panel's source lies just past these H values: start fetching it now, so
+    // that its pack (one kernel row later) finds it in cache. Prefetches never fault.
+    if constexpr (H >= 8) {
+      const char* next = reinterpret_cast<const char*>(s + H);
+      for (int p = 0; p < H * 8; p += 64) __builtin_prefetch(next + p, 0, 2);
+      __builtin_prefetch(next + H * 8 - 1, 0, 2);
+    }
     for (int r = 0; r < H; ++r) o[r] = factor * s[r];
   }
 }
 
-// Across: the H values of one l are ld apart; runs of 4 l are gathered per line so each
-// line is read contiguously.
+// Square transposes of the across copy: `lines` source lines of W values each (ld apart)
+// become W rows of the panel (H apart), scaled. Only the classes whose vectors fit build them.
+#if defined(__AVX512F__)
+constexpr int vrx_l3_transpose_width = 8;
+[[gnu::always_inline]] inline void vrx_l3_transpose_block(const double* __restrict s, vrx_int ld,
+                                                          double* __restrict o, vrx_int h, double factor) {
+  const __m512d f = _mm512_set1_pd(factor);
+  __m512d r[8], t[8], u[8];
+  for (int q = 0; q < 8; ++q) r[q] = _mm512_loadu_pd(s + q * ld);
+  for (int q = 0; q < 8; q += 2) {
+    t[q] = _mm512_unpacklo_pd(r[q], r[q + 1]);
+    t[q + 1] = _mm512_unpackhi_pd(r[q], r[q + 1]);
+  }
+  for (int g = 0; g < 8; g += 4) {
+    u[g + 0] = _mm512_shuffle_f64x2(t[g + 0], t[g + 2], 0x88);  // steps 0 and 4 of lines g .. g + 3
+    u[g + 1] = _mm512_shuffle_f64x2(t[g + 0], t[g + 2], 0xdd);  // steps 2 and 6
+    u[g + 2] = _mm512_shuffle_f64x2(t[g + 1], t[g + 3], 0x88);  // steps 1 and 5
+    u[g + 3] = _mm512_shuffle_f64x2(t[g + 1], t[g + 3], 0xdd);  // steps 3 and 7
+  }
+  constexpr int step_of[4] = {0, 2, 1, 3};
+  for (int q = 0; q < 4; ++q) {
+    _mm512_storeu_pd(o + step_of[q] * h, _mm512_mul_pd(f, _mm512_shuffle_f64x2(u[q], u[q + 4], 0x88)));
+    _mm512_storeu_pd(o + (step_of[q] + 4) * h, _mm512_mul_pd(f, _mm512_shuffle_f64x2(u[q], u[q + 4], 0xdd)));
+  }
+}
+#elif defined(__AVX2__)
+constexpr int vrx_l3_transpose_width = 4;
+[[gnu::always_inline]] inline void vrx_l3_transpose_block(const double* __restrict s, vrx_int ld,
+                                                          double* __restrict o, vrx_int h, double factor) {
+  const __m256d f = _mm256_set1_pd(factor);
+  const __m256d r0 = _mm256_loadu_pd(s), r1 = _mm256_loadu_pd(s + ld), r2 = _mm256_loadu_pd(s + 2 * ld),
+                r3 = _mm256_loadu_pd(s + 3 * ld);
+  const __m256d t0 = _mm256_unpacklo_pd(r0, r1), t1 = _mm256_unpackhi_pd(r0, r1), t2 = _mm256_unpacklo_pd(r2, r3),
+                t3 = _mm256_unpackhi_pd(r2, r3);
+  _mm256_storeu_pd(o, _mm256_mul_pd(f, _mm256_permute2f128_pd(t0, t2, 0x20)));
+  _mm256_storeu_pd(o + h, _mm256_mul_pd(f, _mm256_permute2f128_pd(t1, t3, 0x20)));
+  _mm256_storeu_pd(o + 2 * h, _mm256_mul_pd(f, _mm256_permute2f128_pd(t0, t2, 0x31)));
+  _mm256_storeu_pd(o + 3 * h, _mm256_mul_pd(f, _mm256_permute2f128_pd(t1, t3, 0x31)));
+}
+#else
+constexpr int vrx_l3_transpose_width = 0;
+#endif
+
+// Across: the H values of one l are ld apart. Where H is a multiple of the transpose width,
+// square blocks go through vector transposes; otherwise runs of 4 l are gathered per line
+// so each line is read contiguously.
 template <int H>
 [[gnu::always_inline]] inline void vrx_l3_copy_across(const double* __restrict src, vrx_int ld, vrx_int kb,
                                                       double* __restrict out, double factor) {
   vrx_int l = 0;
+  if constexpr (vrx_l3_transpose_width > 0 && H % vrx_l3_transpose_width == 0) {
+    constexpr int T = vrx_l3_transpose_width;
+    for (; l + T <= kb; l += T) {
+      // The next panel's lines start H lines on; one prefetch per line and cache line.
+      if (T == 8 || (l & 4) == 0)
+        for (int r = 0; r < H; ++r) __builtin_prefetch(src + (r + H) * ld + l, 0, 2);
+      for (int r = 0; r < H; r += T) vrx_l3_transpose_block(src + r * ld + l, ld, out + l * H + r, H, factor);
+    }
+  }
   for (; l + 4 <= kb; l += 4) {
+    // The next panel's lines start H lines on; one prefetch per line and cache line.
+    if constexpr (H >= 8)
+      if ((l & 4) == 0)
+        for (int r = 0; r < H; ++r) __builtin_prefetch(src + (r + H) * ld + l, 0, 2);
     for (int r = 0; r < H; ++r) {
       const double* s = src + r * ld + l;
       out[(l + 0) * H + r] = factor * s[0];

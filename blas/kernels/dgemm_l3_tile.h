@@ -8,8 +8,13 @@
 #pragma once
 #include "blas/vrx_l3.h"
 
+
+
+
 namespace {
-typedef void (*vrx_l3_tile_fn)(vrx_int k, const double* a, const double* b, double* c, vrx_int ldc);
+// `next` and `next_lines`: cache lines of the next A panel this tile brings into L2.
+typedef void (*vrx_l3_tile_fn)(vrx_int k, const double* a, const double* b, double* c, vrx_int ldc,
+                               const char* next, vrx_int next_lines);
 
 // One k step of an (NV * width) by NC tile.
 template <class V, int NV, int NC>
@@ -27,22 +32,28 @@ template <class V, int NV, int NC>
 // bytes of the software prefetch inside the k loop (0: none; tails rely on the hardware).
 template <class V, int NV, int NC, bool STORE, int AHEAD>
 void vrx_l3_tile(vrx_int k, const double* __restrict a, const double* __restrict b, double* __restrict c,
-                 vrx_int ldc) {
+                 vrx_int ldc, const char* next, vrx_int next_lines) {
   constexpr int R = NV * V::width;
   typename V::type acc[NV][NC];
   for (int v = 0; v < NV; ++v)
     for (int j = 0; j < NC; ++j) acc[v][j] = V::zero();
+  // Every cache line of the C tile, fetched now and needed only after the k loop.
   for (int j = 0; j < NC; ++j) {
-    __builtin_prefetch(c + j * ldc, 1, 3);
-    if constexpr (R > 8) __builtin_prefetch(c + j * ldc + R - 1, 1, 3);
+    const char* cj = reinterpret_cast<const char*>(c + j * ldc);
+    for (int p = 0; p < R * 8; p += 64) __builtin_prefetch(cj + p, 1, 3);
+    if constexpr (R > 8) __builtin_prefetch(cj + R * 8 - 1, 1, 3);
   }
 
-  vrx_int l = 0;
+  vrx_int l = 0, line = 0;
   if constexpr (AHEAD > 0) {
     // Main form: prefetch every line the next unrolled steps will read, AHEAD bytes on.
     constexpr int a_lines = R * 4 * 8 / 64, b_lines = NC * 4 * 8 / 64;
     const vrx_int steady = k - (AHEAD / (R * 8) + 4);
-    for (; l + 4 <= steady; l += 4) {
+    // One line of the next A panel per unrolled step, so these misses never come in a
+    // burst; the index stops at the last line (a repeated prefetch costs nothing).
+    const vrx_int last = next_lines - 1;
+    for (; l + 4 <= steady; l += 4, ++line) {
+      __builtin_prefetch(next + 64 * (line < last ? line : last), 0, 2);
       const char* pa = reinterpret_cast<const char*>(a + R * l) + AHEAD;
       const char* pb = reinterpret_cast<const char*>(b + NC * l) + AHEAD / 2;
       for (int p = 0; p < a_lines; ++p) __builtin_prefetch(pa + 64 * p, 0, 3);
@@ -53,6 +64,7 @@ void vrx_l3_tile(vrx_int k, const double* __restrict a, const double* __restrict
       vrx_l3_tile_step<V, NV, NC>(acc, a + R * (l + 3), b + NC * (l + 3));
     }
   }
+  for (; line < next_lines; ++line) __builtin_prefetch(next + 64 * line, 0, 2);
   // Last steps: the same without prefetches past the panels.
   for (; l + 4 <= k; l += 4) {
     vrx_l3_tile_step<V, NV, NC>(acc, a + R * l, b + NC * l);
@@ -75,6 +87,9 @@ inline int vrx_l3_tile_slot(vrx_int extent, vrx_int register_extent) {
   return extent == register_extent ? 0 : 1 + __builtin_ctzll(static_cast<unsigned long long>(extent));
 }
 
+// Below this k a tile's k loop is shorter than a trip to memory for its C tile.
+constexpr vrx_int VRX_L3_SHORT_K = 192;
+
 // Walks row panels (outer) and column panels (inner) of packed A and B over C.
 template <int MR, int NR, int ROW_SLOTS, int COL_SLOTS>
 void vrx_l3_kernel_walk(const vrx_l3_tile_fn (&tiles)[ROW_SLOTS][COL_SLOTS], vrx_int m, vrx_int n, vrx_int k,
@@ -84,16 +99,27 @@ void vrx_l3_kernel_walk(const vrx_l3_tile_fn (&tiles)[ROW_SLOTS][COL_SLOTS], vrx
     const vrx_int h = vrx_l3_panel_extent(m - i, MR);
     const vrx_l3_tile_fn* row = tiles[vrx_l3_tile_slot(h, MR)];
     const double* ap = a + i * k;
-    // The next A panel is brought into L2 in equal slices while this one is in use.
+    // The next A panel is brought into L2 in equal slices while this one is in use,
+    // each tile spreading its slice over its k loop.
     const char* next_a = reinterpret_cast<const char*>(ap + h * k);
     const vrx_int next_lines = i + h < m ? (vrx_l3_panel_extent(m - i - h, MR) * k * 8 + 63) / 64 : 0;
     const vrx_int tiles_in_row = (n + NR - 1) / NR;
     const vrx_int slice = (next_lines + tiles_in_row - 1) / tiles_in_row;
     for (vrx_int j = 0, line = 0; j < n;) {
       const vrx_int w = vrx_l3_panel_extent(n - j, NR);
-      for (vrx_int end = line + slice < next_lines ? line + slice : next_lines; line < end; ++line)
-        __builtin_prefetch(next_a + 64 * line, 0, 2);
-      row[vrx_l3_tile_slot(w, NR)](k, ap, b + j * k, c + i + j * ldc, ldc);
+      const vrx_int lines = line + slice < next_lines ? slice : next_lines - line;
+      const char* slice_start = next_a + 64 * line;
+      line += lines;
+      // With short k a tile is over before its own C prefetch lands: fetch the C tile
+      // two column panels on as well (full panels only; the tail tiles fetch their own).
+      if (k < VRX_L3_SHORT_K && j + 3 * NR <= n) {
+        const char* cn = reinterpret_cast<const char*>(c + i + (j + 2 * NR) * ldc);
+        for (int col = 0; col < NR; ++col, cn += ldc * 8) {
+          for (vrx_int p = 0; p < h * 8; p += 64) __builtin_prefetch(cn + p, 1, 3);
+          __builtin_prefetch(cn + h * 8 - 1, 1, 3);
+        }
+      }
+      row[vrx_l3_tile_slot(w, NR)](k, ap, b + j * k, c + i + j * ldc, ldc, slice_start, lines);
       j += w;
     }
     i += h;

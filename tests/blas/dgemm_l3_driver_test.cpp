@@ -115,34 +115,51 @@ TEST(DgemmL3Driver, BufferLayout) {
   EXPECT_EQ(vrx_l3_blocking_bytes(VRX_L3_BUFFER_A, 10, 20, 30), 10u * 30 * 8 + 4196992);
 }
 
+// Packs op(A) (m by k, factor fa) and op(B) (k by n, factor fb) with one class's routines
+// for layout t, compares every packed value exactly, and checks that the last values sit
+// right at the end of each buffer (no padding).
+void check_packed_panels(const vrx_l3_dgemm_kernels* kern, vrx_int m, vrx_int n, vrx_int k, char t, double fa,
+                         double fb, vrx_int pad_a, vrx_int pad_b, unsigned seed) {
+  const vrx_int lda = t == 'N' ? m + pad_a : k + pad_a, ldb = t == 'N' ? k + pad_b : n + pad_b;
+  std::vector<double> a = vrx_test_random(static_cast<size_t>(lda * (t == 'N' ? k : m)), seed);
+  std::vector<double> b = vrx_test_random(static_cast<size_t>(ldb * (t == 'N' ? n : k)), seed + 1);
+  const vrx_l3_view va = vrx_l3_make_view(a.data(), m, k, lda, vrx_l3_layout_flag(t));
+  const vrx_l3_view vb = vrx_l3_make_view(b.data(), k, n, ldb, vrx_l3_layout_flag(t));
+  std::vector<double> pa(static_cast<size_t>(m * k), -99.0), pb(static_cast<size_t>(k * n), -99.0);
+  vrx_l3_view ta{}, tb{};
+  ta.data = pa.data(), ta.rows = m, ta.cols = k, ta.ld = kern->mr, ta.address = vrx_l3_packed_a_address;
+  tb.data = pb.data(), tb.rows = k, tb.cols = n, tb.ld = kern->nr, tb.address = vrx_l3_packed_b_address;
+  (t == 'N' ? kern->pack_a_plain : kern->pack_a_transposed)(&va, &ta, fa, 0);
+  (t == 'N' ? kern->pack_b_plain : kern->pack_b_transposed)(&vb, &tb, fb, 0);
+  for (vrx_int i = 0; i < m; ++i)
+    for (vrx_int l = 0; l < k; ++l)
+      ASSERT_EQ(*ta.address(i, l, &ta), fa * *va.address(i, l, &va)) << t << k << " A " << i << "," << l;
+  for (vrx_int l = 0; l < k; ++l)
+    for (vrx_int j = 0; j < n; ++j)
+      ASSERT_EQ(*tb.address(l, j, &tb), fb * *vb.address(l, j, &vb)) << t << k << " B " << l << "," << j;
+  // Last panel of height 1 is the last k values, right at the end: no padding.
+  EXPECT_EQ(pa[static_cast<size_t>(m * k - 1)], fa * *va.address(m - 1, k - 1, &va));
+  EXPECT_EQ(pb[static_cast<size_t>(k * n - 1)], fb * *vb.address(k - 1, n - 1, &vb));
+}
+
 TEST(DgemmL3Driver, PackedPanelFormatWithPowerOfTwoTails) {
   // 23 rows on CPU type 5: panels 12, 8, 2, 1; 7 columns: 4, 2, 1. Alpha is folded into A.
   for (int cpu : cpus) {
     if (!has_cpu(cpu)) continue;
-    const vrx_l3_dgemm_kernels* kern = vrx_l3_kernels_for(cpu);
     const vrx_int m = 23 + (cpu == VRX_CPU_AVX512 ? 24 : 0), n = 7 + (cpu == VRX_CPU_AVX512 ? 8 : 0), k = 5;
-    for (char t : {'N', 'T'}) {
-      const vrx_int lda = t == 'N' ? m + 1 : k + 2, ldb = t == 'N' ? k + 3 : n + 1;
-      std::vector<double> a = vrx_test_random(static_cast<size_t>(lda * (t == 'N' ? k : m)), 4);
-      std::vector<double> b = vrx_test_random(static_cast<size_t>(ldb * (t == 'N' ? n : k)), 5);
-      const vrx_l3_view va = vrx_l3_make_view(a.data(), m, k, lda, vrx_l3_layout_flag(t));
-      const vrx_l3_view vb = vrx_l3_make_view(b.data(), k, n, ldb, vrx_l3_layout_flag(t));
-      std::vector<double> pa(static_cast<size_t>(m * k), -99.0), pb(static_cast<size_t>(k * n), -99.0);
-      vrx_l3_view ta{}, tb{};
-      ta.data = pa.data(), ta.rows = m, ta.cols = k, ta.ld = kern->mr, ta.address = vrx_l3_packed_a_address;
-      tb.data = pb.data(), tb.rows = k, tb.cols = n, tb.ld = kern->nr, tb.address = vrx_l3_packed_b_address;
-      (t == 'N' ? kern->pack_a_plain : kern->pack_a_transposed)(&va, &ta, -2.0, 0);
-      (t == 'N' ? kern->pack_b_plain : kern->pack_b_transposed)(&vb, &tb, 1.0, 0);
-      for (vrx_int i = 0; i < m; ++i)
-        for (vrx_int l = 0; l < k; ++l)
-          ASSERT_EQ(*ta.address(i, l, &ta), -2.0 * *va.address(i, l, &va)) << t << " A " << i << "," << l;
-      for (vrx_int l = 0; l < k; ++l)
-        for (vrx_int j = 0; j < n; ++j)
-          ASSERT_EQ(*tb.address(l, j, &tb), *vb.address(l, j, &vb)) << t << " B " << l << "," << j;
-      // Last panel of height 1 is the last k values, right at the end: no padding.
-      EXPECT_EQ(pa[static_cast<size_t>(m * k - 1)], -2.0 * *va.address(m - 1, k - 1, &va));
-      EXPECT_EQ(pb[static_cast<size_t>(k * n - 1)], *vb.address(k - 1, n - 1, &vb));
-    }
+    for (char t : {'N', 'T'}) check_packed_panels(vrx_l3_kernels_for(cpu), m, n, k, t, -2.0, 1.0, t == 'N' ? 1 : 2,
+                                                  t == 'N' ? 3 : 1, 4);
+  }
+}
+
+TEST(DgemmL3Driver, PackedPanelsAcrossSquareBlocksAndRemainders) {
+  // Long k: the transposing copies go by square blocks of steps with a remainder after
+  // them, and the factor is applied once per value.
+  for (int cpu : cpus) {
+    if (!has_cpu(cpu)) continue;
+    const vrx_l3_dgemm_kernels* kern = vrx_l3_kernels_for(cpu);
+    for (vrx_int k : {4, 8, 13, 19, 35})
+      for (char t : {'N', 'T'}) check_packed_panels(kern, 2 * kern->mr + 7, 2 * kern->nr + 3, k, t, 0.3, -1.7, 3, 5, 6);
   }
 }
 

@@ -23,5 +23,5 @@ void vrx_blas_dgemm_tiny_k_avx2(const char* transa, const char* transb, const vr
                                   const vrx_int* k, const double* alpha, const double* a, const vrx_int* lda,
                                   const double* b, const vrx_int* ldb, const double* beta, double* c,
                                   const vrx_int* ldc) {
-  vrx_ip_tiny_k(transa, transb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);
+  vrx_ip_tiny_k<vrx_vec4>(transa, transb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);
 }
