@@ -1,7 +1,6 @@
 #include "bench_support.h"
 
 #include <dlfcn.h>
-#include <immintrin.h>
 #include <unistd.h>
 
 #include <cstdio>
@@ -47,62 +46,31 @@ std::vector<bench_peer> bench_load_peers() {
 namespace {
 constexpr long peak_iterations = 20000000;
 
-// Twelve independent accumulators hide the latency of each operation.
-__attribute__((target("sse2"))) double peak_sse2() {
-  __m128d acc[12], m = _mm_set1_pd(0.999999), a = _mm_set1_pd(1e-9);
-  for (auto& x : acc) x = _mm_set1_pd(1.0);
-  const double start = bench_now();
-  for (long i = 0; i < peak_iterations; ++i)
-    for (auto& x : acc) x = _mm_add_pd(_mm_mul_pd(x, m), a);
-  const double t = bench_now() - start;
-  __m128d s = acc[0];
-  for (int i = 1; i < 12; ++i) s = _mm_add_pd(s, acc[i]);
-  volatile double sink = _mm_cvtsd_f64(s);
-  (void)sink;
-  return 12.0 * 2 * 2 * peak_iterations / t * 1e-9;
-}
+// Twelve independent accumulators hide the latency of each operation. `x * m + a` is one
+// FMA where the target has it (contracted by the compiler), else a multiply and an add.
+#define BENCH_PEAK_LOOP(name, target_spec, lanes)                                    \
+  __attribute__((target(target_spec))) double name() {                               \
+    typedef double vec __attribute__((vector_size(8 * (lanes))));                    \
+    vec acc[12], m, a;                                                               \
+    for (int l = 0; l < (lanes); ++l) m[l] = 0.999999, a[l] = 1e-9;                  \
+    for (auto& x : acc) x = m / m;                                                   \
+    const double start = bench_now();                                                \
+    for (long i = 0; i < peak_iterations; ++i)                                       \
+      for (auto& x : acc) x = x * m + a;                                             \
+    const double t = bench_now() - start;                                            \
+    double sum = 0;                                                                  \
+    for (const auto& x : acc)                                                        \
+      for (int l = 0; l < (lanes); ++l) sum += x[l];                                 \
+    volatile double sink = sum;                                                      \
+    (void)sink;                                                                      \
+    return 12.0 * (lanes) * 2 * peak_iterations / t * 1e-9;                          \
+  }
 
-__attribute__((target("avx"))) double peak_avx() {
-  __m256d acc[12], m = _mm256_set1_pd(0.999999), a = _mm256_set1_pd(1e-9);
-  for (auto& x : acc) x = _mm256_set1_pd(1.0);
-  const double start = bench_now();
-  for (long i = 0; i < peak_iterations; ++i)
-    for (auto& x : acc) x = _mm256_add_pd(_mm256_mul_pd(x, m), a);
-  const double t = bench_now() - start;
-  __m256d s = acc[0];
-  for (int i = 1; i < 12; ++i) s = _mm256_add_pd(s, acc[i]);
-  volatile double sink = _mm256_cvtsd_f64(s);
-  (void)sink;
-  return 12.0 * 4 * 2 * peak_iterations / t * 1e-9;
-}
-
-__attribute__((target("avx2,fma"))) double peak_fma256() {
-  __m256d acc[12], m = _mm256_set1_pd(0.999999), a = _mm256_set1_pd(1e-9);
-  for (auto& x : acc) x = _mm256_set1_pd(1.0);
-  const double start = bench_now();
-  for (long i = 0; i < peak_iterations; ++i)
-    for (auto& x : acc) x = _mm256_fmadd_pd(x, m, a);
-  const double t = bench_now() - start;
-  __m256d s = acc[0];
-  for (int i = 1; i < 12; ++i) s = _mm256_add_pd(s, acc[i]);
-  volatile double sink = _mm256_cvtsd_f64(s);
-  (void)sink;
-  return 12.0 * 4 * 2 * peak_iterations / t * 1e-9;
-}
-
-__attribute__((target("avx512f"))) double peak_fma512() {
-  __m512d acc[12], m = _mm512_set1_pd(0.999999), a = _mm512_set1_pd(1e-9);
-  for (auto& x : acc) x = _mm512_set1_pd(1.0);
-  const double start = bench_now();
-  for (long i = 0; i < peak_iterations; ++i)
-    for (auto& x : acc) x = _mm512_fmadd_pd(x, m, a);
-  const double t = bench_now() - start;
-  __m512d s = acc[0];
-  for (int i = 1; i < 12; ++i) s = _mm512_add_pd(s, acc[i]);
-  volatile double sink = _mm512_reduce_add_pd(s);
-  (void)sink;
-  return 12.0 * 8 * 2 * peak_iterations / t * 1e-9;
-}
+BENCH_PEAK_LOOP(peak_sse2, "sse2", 2)
+BENCH_PEAK_LOOP(peak_avx, "avx", 4)
+BENCH_PEAK_LOOP(peak_fma256, "avx2,fma", 4)
+BENCH_PEAK_LOOP(peak_fma512, "avx512f", 8)
+#undef BENCH_PEAK_LOOP
 }  // namespace
 
 bool bench_cpu_can_run_type(int cpu_type) {

@@ -2,6 +2,7 @@
 // steps that take the kernels for unit strides and plain loops otherwise.
 #pragma once
 #include "blas/vrx_level12.h"
+#include "blas/vrx_stride.h"
 #include "service/vrx_serv.h"
 
 // Whether the first letter of a word is one of `letters` (upper case), in either case.
@@ -45,4 +46,22 @@ inline bool vrx_l2_triangular_bad(const char* name, const char* uplo, const char
   else if (incx == 0) position = 8;
   if (position) vrx_l2_report(name, position);
   return position != 0;
+}
+
+// What a triangular product or solve needs once its arguments pass: the triangle, the
+// transposition, the diagonal, and the first element of x for its increment.
+template <typename T>
+struct vrx_l2_triangle {
+  bool upper, plain, unit;
+  T* x0;
+};
+
+// Checks the arguments (reporting a bad one) and answers false when there is nothing to do.
+template <typename T>
+inline bool vrx_l2_triangular_setup(const char* name, const char* uplo, const char* trans, const char* diag,
+                                    vrx_int n, vrx_int lda, T* x, vrx_int incx, vrx_l2_triangle<T>* out) {
+  if (vrx_l2_triangular_bad(name, uplo, trans, diag, n, lda, incx) || n == 0) return false;
+  *out = {vrx_l2_letter(uplo, "U"), vrx_l2_letter(trans, "N"), vrx_l2_letter(diag, "U"),
+          x + vrx_blas_first_index(n, incx)};
+  return true;
 }

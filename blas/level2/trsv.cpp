@@ -7,10 +7,10 @@ namespace {
 template <typename T>
 void trsv(const char* name, const char* uplo, const char* trans, const char* diag, vrx_int n, const T* a,
           vrx_int lda, T* x, vrx_int incx) {
-  if (vrx_l2_triangular_bad(name, uplo, trans, diag, n, lda, incx)) return;
-  if (n == 0) return;
-  const bool upper = vrx_l2_letter(uplo, "U"), plain = vrx_l2_letter(trans, "N"), unit = vrx_l2_letter(diag, "U");
-  T* x0 = x + vrx_blas_first_index(n, incx);
+  vrx_l2_triangle<T> tri;
+  if (!vrx_l2_triangular_setup(name, uplo, trans, diag, n, lda, x, incx, &tri)) return;
+  const bool upper = tri.upper, plain = tri.plain, unit = tri.unit;
+  T* x0 = tri.x0;
   auto col = [&](vrx_int j) { return a + j * lda; };
   if (plain && upper) {
     for (vrx_int j = n - 1; j >= 0; --j) {
