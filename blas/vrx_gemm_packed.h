@@ -135,6 +135,7 @@ struct vrx_gemm_context {
   vrx_int mc, nc, kc;
   vrx_gemm_buffer a, b, strips;
   void* raw;   // the one allocation behind the buffers
+  std::size_t a_fault_bytes;  // the part of A this call fills, faulted in at allocation
   int variant; // which family of block rules applies (see vrx_gemm_variant)
 };
 

@@ -8,9 +8,13 @@ bool branch_reads_processor(int branch) { return branch == 1 || branch == 2; }
 bool other_vendor() { return vrx_serv_vendor_is("AuthenticAMD"); }
 }  // namespace
 
+int vrx_serv_is_genuine_remembered() {
+  return vrx_serv_remember(&vrx_serv_cpu_state.genuine, vrx_serv_is_genuine);
+}
+
 int vrx_serv_vendor_gate() {
   const int branch = vrx_serv_cbwr_get(1);
-  if (branch_reads_processor(branch)) return vrx_serv_is_genuine();
+  if (branch_reads_processor(branch)) return vrx_serv_is_genuine_remembered();
   return branch == 3 ? 0 : 1;
 }
 
@@ -39,7 +43,7 @@ int vrx_serv_amd_family10() {
 
 int vrx_serv_cpu_code() {
   const int branch = vrx_serv_cbwr_get(1);
-  if (branch_reads_processor(branch) && !vrx_serv_is_genuine()) return 0;
+  if (branch_reads_processor(branch) && !vrx_serv_is_genuine_remembered()) return 0;
   if (branch == 3) return 0;
   return vrx_serv_remember(&vrx_serv_cpu_state.cpu_code, [branch] {
     switch (vrx_serv_cpu_detect()) {

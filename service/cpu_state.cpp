@@ -23,6 +23,7 @@ constexpr vrx_cpu_state state_at_load = {
     .branch = 0,
     .branch_read = -1,
     .auto_branch = -1,
+    .genuine = -1,
     .amd_fma4 = -1,
     .amd_family10 = -1,
     .cpu_code = -1,

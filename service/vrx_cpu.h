@@ -78,6 +78,9 @@ void vrx_serv_read_avx512_opt_in();
 int vrx_serv_is_genuine();
 // 1 when cpuid leaf 0 spells `name` (12 characters).
 int vrx_serv_vendor_is(const char* name);
+// vrx_serv_is_genuine answered once per process. The front ends ask on every call, and
+// cpuid traps to the hypervisor on virtual machines (microseconds), so they use this one.
+int vrx_serv_is_genuine_remembered();
 // Whether the tuned GEMM/GEMV paths may look at the processor (depends on the branch).
 int vrx_serv_vendor_gate();
 int vrx_serv_has_sse41();
@@ -124,6 +127,7 @@ struct vrx_cpu_state {
   std::int32_t branch;          // stored reproducibility code, 0 when VRX_CBWR is not set
   std::int32_t branch_read;     // -1 until VRX_CBWR has been read
   std::int32_t auto_branch;     // -1 until asked
+  std::int32_t genuine;         // -1 until asked
   std::int32_t amd_fma4;        // -1 until asked
   std::int32_t amd_family10;    // -1 until asked
   std::int32_t cpu_code;        // -1 until asked

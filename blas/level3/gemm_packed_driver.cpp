@@ -81,6 +81,10 @@ int vrx_gemm_sizing(vrx_gemm_context* ctx, int code, vrx_int m, vrx_int n, vrx_i
     buf.bytes = want ? static_cast<std::size_t>(elements) * 8 + extra : 0;
   };
   set(ctx->a, want_a, ctx->mc * ctx->kc, slack);
+  // Only the blocks this call fills need their pages now; a recycled block already has them.
+  const vrx_int used_rows = m > 0 ? std::min(ctx->mc, round_up(m, r.mr)) : ctx->mc;
+  const vrx_int used_depth = k > 0 ? std::min(ctx->kc, round_up(k, r.ku)) : ctx->kc;
+  ctx->a_fault_bytes = want_a ? static_cast<std::size_t>(used_rows) * used_depth * 8 + slack : 0;
   set(ctx->b, want_b, ctx->nc * ctx->kc, slack);
   set(ctx->strips, want_strips, ctx->kc * r.nr * r.strips, 512);
   return 0;
@@ -105,7 +109,8 @@ int vrx_gemm_allocate(vrx_gemm_context* ctx) {
     // Fault the pages in now, in order.
     if (ctx->a.bytes >= 4096) {
       volatile char* touch = reinterpret_cast<volatile char*>(at);
-      for (std::size_t off = 0; off < ctx->a.bytes; off += 4096) touch[off] = 0;
+      const std::size_t fault = std::min(ctx->a.bytes, ctx->a_fault_bytes ? ctx->a_fault_bytes : ctx->a.bytes);
+      for (std::size_t off = 0; off < fault; off += 4096) touch[off] = 0;
     }
   }
   if (ctx->strips.bytes) {

@@ -171,3 +171,34 @@ TEST_F(CpuFeatures, ThisMachineAgreesWithTheCompiler) {
   EXPECT_EQ(vrx_serv_has_features(VRX_FEATURE_AVX512BW), !!__builtin_cpu_supports("avx512bw"));
 }
 }  // namespace
+
+namespace {
+int vendor_reads = 0;
+vrx_cpuid_result counting_cpuid(std::uint32_t leaf, std::uint32_t subleaf) {
+  if (leaf == 0) ++vendor_reads;
+  return vrx_fake_cpuid(leaf, subleaf);
+}
+
+// The GEMM/GEMV front ends ask the vendor gate on every call; cpuid is far too slow
+// for that on a virtual machine, so the gate reads the vendor once per process.
+TEST_F(CpuFeatures, VendorGateReadsTheProcessorOnceButTheVendorTestEveryTime) {
+  static constexpr vrx_cpuid_reader_table counting = {counting_cpuid, vrx_fake_xgetbv};
+  for (const char* name : {"avx2", "other_avx2"}) {
+    SCOPED_TRACE(name);
+    vrx_fake_current = *vrx_fake_profile(name);
+    vrx_serv_cpu_test_install(&counting);
+    const int genuine = std::strcmp(vrx_fake_current.vendor, "GenuineArdix") == 0;
+    vrx_serv_vendor_gate();  // the first calls decide what the process keeps
+    vrx_serv_cpu_code();
+    vendor_reads = 0;
+    for (int i = 0; i < 100; ++i) {
+      EXPECT_EQ(vrx_serv_vendor_gate(), genuine);
+      vrx_serv_cpu_code();
+    }
+    EXPECT_EQ(vendor_reads, 0);
+    vendor_reads = 0;
+    for (int i = 0; i < 3; ++i) EXPECT_EQ(vrx_serv_is_genuine(), genuine);
+    EXPECT_EQ(vendor_reads, 3);
+  }
+}
+}  // namespace
