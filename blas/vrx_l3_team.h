@@ -6,6 +6,8 @@
 
 // Threads for an m by n by k product when `max_threads` may be used; 1 means sequential.
 int vrx_l3_team_thread_count(int cpu, vrx_int m, vrx_int n, vrx_int k, int max_threads);
+// 1 when the product is too small to fork at any thread count.
+int vrx_l3_team_one_thread_at_any_count(int cpu, vrx_int m, vrx_int n, vrx_int k);
 
 // Whether a small C (m, n at most 378) should rather split k among `threads` threads.
 bool vrx_l3_team_k_split_model(int threads, vrx_int m, vrx_int n, vrx_int k);

@@ -145,50 +145,51 @@ void vrx_ip_gemm(const char* transa, const char* transb, const vrx_int* m_, cons
   }
 }
 
-// k = K fixed, m and n at most 10, beta = 1: C += alpha op(A) op(B). With A as stored,
-// whole vectors of rows first: A's K vectors stay in registers across the columns, and
-// two accumulators halve the dependent chain of each column.
+// k = K fixed, m and n at most 10, beta = 1: C += alpha op(A) op(B), with A stored
+// plainly (rows contiguous). Whole vectors of rows first, then the halves down to single
+// rows: A's K vectors stay in registers across the columns, and two accumulators halve
+// the dependent chain of each column.
+template <class V, int K>
+void vrx_ip_tiny_rows(bool bt, vrx_int m, vrx_int n, double alpha, const double* a, vrx_int lda, const double* b,
+                      vrx_int ldb, double* c, vrx_int ldc) {
+  constexpr int W = V::width;
+  const typename V::type va = V::set(alpha);
+  vrx_int i0 = 0;
+  for (; i0 + W <= m; i0 += W) {
+    typename V::type av[K];
+    for (int l = 0; l < K; ++l) av[l] = V::load(a + i0 + l * lda);
+    for (vrx_int j = 0; j < n; ++j) {
+      typename V::type even = V::zero(), odd = V::zero();
+      for (int l = 0; l < K; ++l) {
+        const typename V::type bv = V::bcast(bt ? b + j + l * ldb : b + l + j * ldb);
+        if (l % 2 == 0) even = V::fma(av[l], bv, even);
+        else odd = V::fma(av[l], bv, odd);
+      }
+      double* p = c + i0 + j * ldc;
+      V::store(p, V::fma(va, V::add(even, odd), V::load(p)));
+    }
+  }
+  if constexpr (!std::is_void_v<typename V::half>)
+    if (i0 < m) vrx_ip_tiny_rows<typename V::half, K>(bt, m - i0, n, alpha, a + i0, lda, b, ldb, c + i0, ldc);
+}
+
 template <class V, int K>
 void vrx_ip_tiny(bool at, bool bt, vrx_int m, vrx_int n, double alpha, const double* a, vrx_int lda,
                  const double* b, vrx_int ldb, double* c, vrx_int ldc) {
-  constexpr int W = V::width;
-  vrx_int i0 = 0;
-  if (!at) {
-    const typename V::type va = V::set(alpha);
-    for (; i0 + W <= m; i0 += W) {
-      typename V::type av[K];
-      for (int l = 0; l < K; ++l) av[l] = V::load(a + i0 + l * lda);
-      for (vrx_int j = 0; j < n; ++j) {
-        typename V::type even = V::zero(), odd = V::zero();
-        for (int l = 0; l < K; ++l) {
-          const typename V::type bv = V::bcast(bt ? b + j + l * ldb : b + l + j * ldb);
-          if (l % 2 == 0) even = V::fma(av[l], bv, even);
-          else odd = V::fma(av[l], bv, odd);
-        }
-        double* p = c + i0 + j * ldc;
-        V::store(p, V::fma(va, V::add(even, odd), V::load(p)));
-      }
+  if (at) {
+    // A transposed: its rows are contiguous along k. Ten rows at a time (all of them on
+    // the tiny road) are copied into plain order on the stack and take the vector road.
+    constexpr vrx_int rows = 10;
+    double plain[rows * K];
+    for (vrx_int i0 = 0; i0 < m; i0 += rows) {
+      const vrx_int mb = m - i0 < rows ? m - i0 : rows;
+      for (vrx_int i = 0; i < mb; ++i)
+        for (int l = 0; l < K; ++l) plain[i + l * mb] = a[l + (i0 + i) * lda];
+      vrx_ip_tiny_rows<V, K>(bt, mb, n, alpha, plain, mb, b, ldb, c + i0, ldc);
     }
-    if (i0 == m) return;
+    return;
   }
-  for (vrx_int j = 0; j < n; ++j) {
-    double bl[K];
-    for (int l = 0; l < K; ++l) bl[l] = alpha * (bt ? b[j + l * ldb] : b[l + j * ldb]);
-    double* cj = c + j * ldc;
-    if (!at) {
-      for (vrx_int i = i0; i < m; ++i) {
-        double s = cj[i];
-        for (int l = 0; l < K; ++l) s = __builtin_fma(a[i + l * lda], bl[l], s);
-        cj[i] = s;
-      }
-    } else {
-      for (vrx_int i = 0; i < m; ++i) {
-        double s = cj[i];
-        for (int l = 0; l < K; ++l) s = __builtin_fma(a[l + i * lda], bl[l], s);
-        cj[i] = s;
-      }
-    }
-  }
+  vrx_ip_tiny_rows<V, K>(bt, m, n, alpha, a, lda, b, ldb, c, ldc);
 }
 
 template <class V>

@@ -107,7 +107,9 @@ TEST(DgemmL3Routes, InPlaceKernelsAgainstReference) {
     if (cls == 0 ? !l3_has_avx2() : !l3_has_avx512()) continue;
     for (const auto& p : pairs) {
       for (vrx_int k = 1; k <= 10; ++k)
-        for (vrx_int m : {1, 3, 4, 8, 10})  // 4 and 8: whole vectors only, no scalar rows
+        // 4 and 8: whole vectors only; 7: every narrower vector once; 13: beyond the tiny
+        // road's rows, so a transposed A is copied in two pieces.
+        for (vrx_int m : {1, 3, 4, 7, 8, 10, 13})
           l3_check(tiny[cls], {p[0], p[1], m, 10 - (k % 4), k, k % 2 ? -0.5 : 1.0, 1.0}, seed++);
       for (extents e : {extents{37, 19, 23}, extents{1, 2, 1}, extents{17, 33, 9}, extents{64, 5, 130}})
         l3_check(small[cls], {p[0], p[1], e.m, e.n, e.k, 1.5, 0.0}, seed++);
