@@ -15,25 +15,6 @@
 #include "include/customvrx.h"
 
 namespace {
-double cpu_now() {
-  timespec t;
-  clock_gettime(CLOCK_THREAD_CPUTIME_ID, &t);
-  return static_cast<double>(t.tv_sec) + 1e-9 * static_cast<double>(t.tv_nsec);
-}
-
-template <typename Body>
-double best_cpu_seconds(int repeats, Body&& body) {
-  body();
-  double best = 1e300;
-  for (int r = 0; r < repeats; ++r) {
-    const double start = cpu_now();
-    body();
-    const double t = cpu_now() - start;
-    if (t < best) best = t;
-  }
-  return best;
-}
-
 // Peaks by CPU time: twelve independent FMA chains.
 #define VRX_BENCH_PEAK(NAME, TARGET, V, SET, FMA, WIDTH)                              \
   __attribute__((target(TARGET))) double NAME() {                                    \
@@ -43,10 +24,10 @@ double best_cpu_seconds(int repeats, Body&& body) {
     for (int r = 0; r < 5; ++r) {                                                    \
       V acc[12];                                                                     \
       for (auto& x : acc) x = SET(1.0);                                              \
-      const double start = cpu_now();                                                \
+      const double start = bench_thread_cpu_now();                                                \
       for (long i = 0; i < iterations; ++i)                                          \
         for (auto& x : acc) x = FMA(x, factor, add);                                 \
-      const double t = cpu_now() - start;                                            \
+      const double t = bench_thread_cpu_now() - start;                                            \
       volatile double sink = reinterpret_cast<double*>(&acc[r % 12])[0];             \
       (void)sink;                                                                    \
       if (t < best) best = t;                                                        \
@@ -87,9 +68,9 @@ template <typename Call>
 double gflops(const shape& s, int repeats, Call&& call) {
   const double flops = 2.0 * s.m * s.n * s.k;
   const int batch = flops < 2e8 ? static_cast<int>(2e8 / flops) + 1 : 1;
-  const double t = best_cpu_seconds(flops < 1e10 ? repeats : 2, [&] {
+  const double t = bench_best_seconds(flops < 1e10 ? repeats : 2, [&] {
     for (int i = 0; i < batch; ++i) call();
-  });
+  }, bench_thread_cpu_now);
   return flops * batch / t * 1e-9;
 }
 

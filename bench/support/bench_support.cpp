@@ -7,11 +7,17 @@
 #include <cstdlib>
 #include <ctime>
 
-double bench_now() {
+namespace {
+double seconds_of(clockid_t clock) {
   timespec t;
-  clock_gettime(CLOCK_MONOTONIC, &t);
+  clock_gettime(clock, &t);
   return static_cast<double>(t.tv_sec) + 1e-9 * static_cast<double>(t.tv_nsec);
 }
+}  // namespace
+
+double bench_now() { return seconds_of(CLOCK_MONOTONIC); }
+
+double bench_thread_cpu_now() { return seconds_of(CLOCK_THREAD_CPUTIME_ID); }
 
 std::vector<bench_peer> bench_load_peers() {
   std::vector<bench_peer> peers;
