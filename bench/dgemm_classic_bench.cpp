@@ -53,15 +53,7 @@ double rate(vrx_int n) {
 double concurrent_rate(int threads, int each) {
   std::vector<operands> work;
   for (int t = 0; t < threads; ++t) work.emplace_back(300);
-  auto body = [&] {
-    std::vector<std::thread> pool;
-    for (int t = 0; t < threads; ++t)
-      pool.emplace_back([&, t] {
-        for (int r = 0; r < each; ++r) work[t].multiply();
-      });
-    for (std::thread& th : pool) th.join();
-  };
-  const double seconds = bench_best_seconds(2, body);
+  const double seconds = bench_concurrent_seconds(threads, each, [&](int t) { work[t].multiply(); });
   return threads * each / seconds;
 }
 
@@ -71,7 +63,7 @@ int child(const char* what) {
   if (std::strcmp(what, "small") == 0)
     for (vrx_int n : small) std::printf("%lld %.3f\n", static_cast<long long>(n), rate(n));
   if (std::strcmp(what, "concurrent") == 0)
-    std::printf("%.1f %.1f\n", concurrent_rate(8, 20), concurrent_rate(1, 160));
+    std::printf("%.1f %.1f\n", concurrent_rate(8, 40), concurrent_rate(1, 320));
   return 0;
 }
 

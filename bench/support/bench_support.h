@@ -1,7 +1,9 @@
 // Shared pieces of the benchmarks: a clock, peers loaded as black boxes, the
 // machine's measured peak per instruction class, and re-running under a forced CPU type.
 #pragma once
+#include <atomic>
 #include <string>
+#include <thread>
 #include <vector>
 
 double bench_now();
@@ -20,6 +22,28 @@ double bench_best_seconds(int repeats, Body&& body, double (*clock)() = bench_no
     if (t < best) best = t;
   }
   return best;
+}
+
+// `users` application threads, each running body(user) `rounds` times: the wall time of
+// the rounds, once every thread has made one warm-up call (its scratch pool, its OpenMP
+// team and its pages are in place) and all start together.
+template <typename Body>
+double bench_concurrent_seconds(int users, int rounds, Body&& body) {
+  std::atomic<int> ready{0};
+  std::atomic<bool> go{false};
+  std::vector<std::thread> threads;
+  for (int u = 0; u < users; ++u)
+    threads.emplace_back([&, u] {
+      body(u);
+      ready.fetch_add(1);
+      while (!go.load()) std::this_thread::yield();
+      for (int r = 0; r < rounds; ++r) body(u);
+    });
+  while (ready.load() < users) std::this_thread::yield();
+  const double start = bench_now();
+  go.store(true);
+  for (std::thread& t : threads) t.join();
+  return bench_now() - start;
 }
 
 typedef void (*bench_cblas_dgemm_fn)(int, int, int, int, int, int, double, const double*, int, const double*, int,
