@@ -48,6 +48,20 @@ void ours(int, int ta, int tb, int m, int n, int k, double alpha, const double* 
               lda, b, ldb, beta, c, ldc);
 }
 
+// What one fork and join of two OpenMP threads costs here, in microseconds: the floor
+// under any two-thread product, which small orders cannot earn back.
+double fork_join_microseconds() {
+  constexpr int forks = 100000;
+  volatile int sink = 0;
+  const double seconds = bench_best_seconds(3, [&] {
+    for (int f = 0; f < forks; ++f) {
+#pragma omp parallel num_threads(2)
+      sink = 1;
+    }
+  });
+  return seconds / forks * 1e6;
+}
+
 // `users` application threads, each `rounds` products of order 300: total GFLOPS.
 double concurrent_rate(int users, int rounds) {
   const int s = 300;
@@ -97,6 +111,7 @@ int main(int argc, char** argv) {
     return 0;
   }
 
+  std::printf("fork and join of an empty two-thread region: %.2f us\n", fork_join_microseconds());
   std::vector<bench_peer> peers = bench_load_peers();
   peers_on_two_threads();
   std::vector<std::vector<double>> peer_rates(peers.size());
