@@ -83,16 +83,24 @@ int vrx_blas_dgemm_sse2_blocked(int set, int a_trans, int b_trans, vrx_int m, vr
                                 const double* a, vrx_int lda, const double* b, vrx_int ldb, double* c,
                                 vrx_int ldc);
 
-// Kernels of the blocked loop (blas/kernels/sse2). Packed A: panels of the set's
-// height (then 2, 1) with kp values per row, alpha folded in; packed B: panels of
+// Kernels of the blocked loop (blas/kernels/sse2). Packed A: panels of `height`
+// (then 2, 1) with kp values per row, alpha folded in; packed B: panels of
 // 4 columns (then 2, 1). kp is a multiple of 4, padded with zeros. `dup` holds
-// kp * 8 doubles of scratch for the broadcast copy of one B panel.
+// kp * 8 doubles of scratch for the broadcast copy of one B panel (dup kernel only).
+// The two register-block kernels give bitwise identical results: dup copies each B
+// panel doubled and suits tall blocks; swap reads packed B as it stands and takes A
+// packed by pack_a_pairs (pairs of rows, each k step as (a0, a1) then (a1, a0):
+// 2 * rows * kp doubles).
+enum vrx_sse2_kernel { VRX_SSE2_KERNEL_DUP = 0, VRX_SSE2_KERNEL_SWAP = 1 };
+int vrx_sse2_gemm_kernel_for(vrx_int mb);
 void vrx_sse2_gemm_pack_a(int trans, vrx_int rows, vrx_int kb, vrx_int kp, int height, double alpha,
                           const double* a, vrx_int lda, double* out);
+void vrx_sse2_gemm_pack_a_pairs(int trans, vrx_int rows, vrx_int kb, vrx_int kp, double alpha, const double* a,
+                                vrx_int lda, double* out);
 void vrx_sse2_gemm_pack_b(int trans, vrx_int kb, vrx_int cols, vrx_int kp, const double* b, vrx_int ldb,
                           double* out);
-void vrx_sse2_gemm_block(int set, vrx_int mb, vrx_int nb, vrx_int kp, const double* apack, const double* bpack,
-                         double* dup, double* c, vrx_int ldc);
+void vrx_sse2_gemm_block(int kernel, int height, vrx_int mb, vrx_int nb, vrx_int kp, const double* apack,
+                         const double* bpack, double* dup, double* c, vrx_int ldc);
 
 // Route choice for the other vendor's processors on CPU type 0.
 enum { VRX_SSE2_ROUTE_PLAIN = 0, VRX_SSE2_ROUTE_FAMILY10 = 1, VRX_SSE2_ROUTE_FMA4 = 2 };

@@ -35,7 +35,8 @@ int vrx_blas_dgemm_sse2_blocked(int set, int a_trans, int b_trans, vrx_int m, vr
   void* raw = vrx_gemm_scratch_alloc(blk.bytes, 128);
   if (!raw) return -1;
 
-  // Doubled B panel first, then the A block, then the B strip.
+  // Doubled B panel first, then the A block (pairs of rows stored twice below 128
+  // rows: 2 * mb * kp <= mc * kc), then the B strip.
   const std::uintptr_t base = align_up(reinterpret_cast<std::uintptr_t>(raw), 128);
   double* dup = reinterpret_cast<double*>(base);
   double* abuf = reinterpret_cast<double*>(align_up(base + blk.kc * 192, 128));
@@ -52,8 +53,12 @@ int vrx_blas_dgemm_sse2_blocked(int set, int a_trans, int b_trans, vrx_int m, vr
       for (vrx_int i0 = 0; i0 < m; i0 += blk.mc) {
         const vrx_int mb = std::min(blk.mc, m - i0);
         const double* asrc = a_trans ? a + l0 + i0 * lda : a + i0 + l0 * lda;
-        vrx_sse2_gemm_pack_a(a_trans, mb, kb, kp, height, alpha, asrc, lda, abuf);
-        vrx_sse2_gemm_block(set, mb, nb, kp, abuf, bbuf, dup, c + i0 + j0 * ldc, ldc);
+        const int kernel = vrx_sse2_gemm_kernel_for(mb);
+        if (kernel == VRX_SSE2_KERNEL_SWAP)
+          vrx_sse2_gemm_pack_a_pairs(a_trans, mb, kb, kp, alpha, asrc, lda, abuf);
+        else
+          vrx_sse2_gemm_pack_a(a_trans, mb, kb, kp, height, alpha, asrc, lda, abuf);
+        vrx_sse2_gemm_block(kernel, height, mb, nb, kp, abuf, bbuf, dup, c + i0 + j0 * ldc, ldc);
       }
     }
   }

@@ -1,7 +1,13 @@
 // SSE2 kernels of the blocked loop: packing with alpha folded into A, and the
-// register blocks. SSE2 has no load-and-broadcast, so each B panel is copied once
-// more with every value doubled ([b, b]) into a small scratch area that stays in
-// the first-level cache while the packed A block streams past it.
+// register blocks. SSE2 has no load-and-broadcast, so two kernels exist:
+//  - dup: each B panel is copied once more with every value doubled ([b, b]) into a
+//    small scratch area that stays in the first-level cache while the packed A block
+//    streams past it; the copy pays off over many row tiles;
+//  - swap: pairs of rows read packed B as it stands. Per pair of columns (b0, b1) one
+//    register gathers (a0 b0, a1 b1), a second one, fed with the rows swapped, gathers
+//    (a1 b0, a0 b1), and the lanes are sorted back into columns when C is updated.
+// Both give every C element the same products added in the same order, from zero,
+// so their results are bitwise identical.
 #include <emmintrin.h>
 #include <type_traits>
 #include "blas/vrx_gemm_packed.h"
@@ -19,123 +25,272 @@ inline void by_extent(vrx_int e, F&& f) {
     f(std::integral_constant<int, 1>{});
 }
 
-// One register block: C(H x W) += Apanel(H x K) * Bdup(K x W). Two C rows share one
-// register; K = 0 takes the trip count from kp (a multiple of 4).
-template <int H, int W, int K>
-[[gnu::always_inline]] inline void tile(vrx_int kp, const double* __restrict a, const double* __restrict bd,
-                                        double* __restrict c, vrx_int ldc) {
+// Calls f with 128 as a compile-time trip count when kp is the full block depth,
+// else with 0 (trip count from kp).
+template <typename F>
+inline void by_depth(vrx_int kp, F&& f) {
+  if (kp == 128)
+    f(std::integral_constant<int, 128>{});
+  else
+    f(std::integral_constant<int, 0>{});
+}
+
+inline void prefetch_columns(const double* c, vrx_int ldc, int w) {
+  for (int j = 0; j < w; ++j) _mm_prefetch(reinterpret_cast<const char*>(c + j * ldc), _MM_HINT_T0);
+}
+
+// The last odd row against W columns of B, S doubles per B value (2 doubled, 1 plain):
+// one register holds two k steps of one column, summed across at the end.
+template <int W, int K, int S>
+[[gnu::always_inline]] inline void tile_odd_row(vrx_int kp, const double* __restrict a, const double* __restrict b,
+                                                double* __restrict c, vrx_int ldc) {
   const vrx_int kk = K > 0 ? K : kp;
-  if constexpr (H >= 2) {
-    constexpr int MV = H / 2;
-    __m128d acc[W][MV];
-    for (int j = 0; j < W; ++j)
-      for (int v = 0; v < MV; ++v) acc[j][v] = _mm_setzero_pd();
-    for (int j = 0; j < W; ++j) _mm_prefetch(reinterpret_cast<const char*>(c + j * ldc), _MM_HINT_T0);
-#pragma clang loop unroll_count(4)
-    for (vrx_int l = 0; l < kk; ++l) {
-      __m128d av[MV];
-      for (int v = 0; v < MV; ++v) av[v] = _mm_load_pd(a + l * H + 2 * v);
-      for (int j = 0; j < W; ++j) {
-        const __m128d bj = _mm_load_pd(bd + 2 * (l * W + j));
-        for (int v = 0; v < MV; ++v) acc[j][v] = _mm_add_pd(acc[j][v], _mm_mul_pd(av[v], bj));
-      }
-    }
-    for (int j = 0; j < W; ++j)
-      for (int v = 0; v < MV; ++v) {
-        double* cp = c + j * ldc + 2 * v;
-        _mm_storeu_pd(cp, _mm_add_pd(_mm_loadu_pd(cp), acc[j][v]));
-      }
-  } else {
-    // The last odd row: one register holds two k steps of one column.
-    __m128d acc[W];
-    for (int j = 0; j < W; ++j) acc[j] = _mm_setzero_pd();
+  __m128d acc[W];
+  for (int j = 0; j < W; ++j) acc[j] = _mm_setzero_pd();
 #pragma clang loop unroll_count(2)
-    for (vrx_int l = 0; l < kk; l += 2) {
-      const __m128d av = _mm_loadu_pd(a + l);
-      for (int j = 0; j < W; ++j) {
-        const __m128d bj = _mm_unpacklo_pd(_mm_load_sd(bd + 2 * (l * W + j)),
-                                           _mm_load_sd(bd + 2 * ((l + 1) * W + j)));
-        acc[j] = _mm_add_pd(acc[j], _mm_mul_pd(av, bj));
-      }
-    }
+  for (vrx_int l = 0; l < kk; l += 2) {
+    const __m128d av = _mm_loadu_pd(a + l);
     for (int j = 0; j < W; ++j) {
-      const __m128d s = _mm_add_sd(acc[j], _mm_unpackhi_pd(acc[j], acc[j]));
-      c[j * ldc] += _mm_cvtsd_f64(s);
+      const __m128d bj = _mm_unpacklo_pd(_mm_load_sd(b + S * (l * W + j)), _mm_load_sd(b + S * ((l + 1) * W + j)));
+      acc[j] = _mm_add_pd(acc[j], _mm_mul_pd(av, bj));
     }
   }
+  for (int j = 0; j < W; ++j) {
+    const __m128d s = _mm_add_sd(acc[j], _mm_unpackhi_pd(acc[j], acc[j]));
+    c[j * ldc] += _mm_cvtsd_f64(s);
+  }
+}
+
+// ---- dup kernel ----
+
+// C(H x W) += Apanel(H x K) * Bdup(K x W), H even: two C rows share one register.
+template <int H, int W, int K>
+[[gnu::always_inline]] inline void tile_dup(vrx_int kp, const double* __restrict a, const double* __restrict bd,
+                                            double* __restrict c, vrx_int ldc) {
+  const vrx_int kk = K > 0 ? K : kp;
+  constexpr int MV = H / 2;
+  __m128d acc[W][MV];
+  for (int j = 0; j < W; ++j)
+    for (int v = 0; v < MV; ++v) acc[j][v] = _mm_setzero_pd();
+  prefetch_columns(c, ldc, W);
+#pragma clang loop unroll_count(4)
+  for (vrx_int l = 0; l < kk; ++l) {
+    __m128d av[MV];
+    for (int v = 0; v < MV; ++v) av[v] = _mm_load_pd(a + l * H + 2 * v);
+    for (int j = 0; j < W; ++j) {
+      const __m128d bj = _mm_load_pd(bd + 2 * (l * W + j));
+      for (int v = 0; v < MV; ++v) acc[j][v] = _mm_add_pd(acc[j][v], _mm_mul_pd(av[v], bj));
+    }
+  }
+  for (int j = 0; j < W; ++j)
+    for (int v = 0; v < MV; ++v) {
+      double* cp = c + j * ldc + 2 * v;
+      _mm_storeu_pd(cp, _mm_add_pd(_mm_loadu_pd(cp), acc[j][v]));
+    }
 }
 
 // Every A panel of the block against one doubled B panel of width W.
 template <int W, int K>
-void column_panel(int height, vrx_int mb, vrx_int kp, const double* apack, const double* bd, double* c,
-                  vrx_int ldc) {
+void dup_column_panel(int height, vrx_int mb, vrx_int kp, const double* apack, const double* bd, double* c,
+                      vrx_int ldc) {
   vrx_int i = 0;
   if (height == 4) {
-    for (; i + 4 <= mb; i += 4) tile<4, W, K>(kp, apack + i * kp, bd, c + i, ldc);
+    for (; i + 4 <= mb; i += 4) tile_dup<4, W, K>(kp, apack + i * kp, bd, c + i, ldc);
   }
-  for (; i + 2 <= mb; i += 2) tile<2, W, K>(kp, apack + i * kp, bd, c + i, ldc);
-  if (i < mb) tile<1, W, K>(kp, apack + i * kp, bd, c + i, ldc);
+  for (; i + 2 <= mb; i += 2) tile_dup<2, W, K>(kp, apack + i * kp, bd, c + i, ldc);
+  if (i < mb) tile_odd_row<W, K, 2>(kp, apack + i * kp, bd, c + i, ldc);
 }
 
-template <int W>
-void column_panel_any_k(int height, vrx_int mb, vrx_int kp, const double* apack, const double* bd, double* c,
-                        vrx_int ldc) {
-  // The full block depth gets its own body with a fixed trip count.
-  if (kp == 128)
-    column_panel<W, 128>(height, mb, kp, apack, bd, c, ldc);
-  else
-    column_panel<W, 0>(height, mb, kp, apack, bd, c, ldc);
-}
-
-}  // namespace
-
-namespace {
-// One panel of H rows of op(A) (or H columns of op(B)); `across` when the H values of
-// one k step lie next to each other in the source.
-template <int H>
-inline void pack_panel(bool across, vrx_int kb, vrx_int kp, double factor, const double* s, vrx_int ld,
-                       double* o) {
-  if (across) {
-    for (vrx_int l = 0; l < kb; ++l)
-      for (int r = 0; r < H; ++r) o[l * H + r] = factor * s[r + l * ld];
-  } else {
-    for (vrx_int l = 0; l < kb; ++l)
-      for (int r = 0; r < H; ++r) o[l * H + r] = factor * s[l + r * ld];
-  }
-  for (vrx_int l = kb * H; l < kp * H; ++l) o[l] = 0.0;
-}
-
-inline void pack_panels(bool across, vrx_int extent, vrx_int kb, vrx_int kp, int full, double factor,
-                        const double* src, vrx_int ld, double* out) {
-  for (vrx_int i = 0; i < extent;) {
-    const vrx_int h = vrx_gemm_panel_extent(i, extent, full);
-    const double* s = across ? src + i : src + i * ld;
-    double* o = out + i * kp;
-    by_extent(h, [&](auto H) { pack_panel<H()>(across, kb, kp, factor, s, ld, o); });
-    i += h;
-  }
-}
-}  // namespace
-
-void vrx_sse2_gemm_pack_a(int trans, vrx_int rows, vrx_int kb, vrx_int kp, int height, double alpha,
-                          const double* a, vrx_int lda, double* out) {
-  pack_panels(trans == 0, rows, kb, kp, height, alpha, a, lda, out);
-}
-
-void vrx_sse2_gemm_pack_b(int trans, vrx_int kb, vrx_int cols, vrx_int kp, const double* b, vrx_int ldb,
-                          double* out) {
-  pack_panels(trans != 0, cols, kb, kp, 4, 1.0, b, ldb, out);
-}
-
-void vrx_sse2_gemm_block(int set, vrx_int mb, vrx_int nb, vrx_int kp, const double* apack, const double* bpack,
-                         double* dup, double* c, vrx_int ldc) {
-  const int height = set == VRX_SSE2_SET_FIRST ? 4 : 2;
+void dup_block(int height, vrx_int mb, vrx_int nb, vrx_int kp, const double* apack, const double* bpack,
+               double* dup, double* c, vrx_int ldc) {
   for (vrx_int j = 0; j < nb;) {
     const vrx_int w = vrx_gemm_panel_extent(j, nb, 4);
     const double* bp = bpack + j * kp;
     for (vrx_int t = 0; t < kp * w; ++t) _mm_store_pd(dup + 2 * t, _mm_set1_pd(bp[t]));
     double* cj = c + j * ldc;
-    by_extent(w, [&](auto W) { column_panel_any_k<W()>(height, mb, kp, apack, dup, cj, ldc); });
+    by_extent(w, [&](auto W) {
+      by_depth(kp, [&](auto K) { dup_column_panel<W(), K()>(height, mb, kp, apack, dup, cj, ldc); });
+    });
     j += w;
   }
+}
+
+// ---- swap kernel ----
+
+// C(2 x W) += Apanel(2 x K) * B(K x W) on plain packed B. W = 8 spans two 4-column
+// panels (b0, b1); otherwise b0 is the one panel of width W.
+template <int W, int K>
+[[gnu::always_inline]] inline void tile_swap(vrx_int kp, const double* __restrict a, const double* __restrict b0,
+                                             const double* __restrict b1, double* __restrict c, vrx_int ldc) {
+  const vrx_int kk = K > 0 ? K : kp;
+  if constexpr (W == 1) {
+    __m128d acc = _mm_setzero_pd();
+#pragma clang loop unroll_count(4)
+    for (vrx_int l = 0; l < kk; ++l) acc = _mm_add_pd(acc, _mm_mul_pd(_mm_load_pd(a + 4 * l), _mm_set1_pd(b0[l])));
+    _mm_storeu_pd(c, _mm_add_pd(_mm_loadu_pd(c), acc));
+  } else {
+    constexpr int PW = W > 4 ? 4 : W;  // values per k step in one panel
+    constexpr int NQ = W / 2;          // column pairs
+    __m128d same[NQ], swap[NQ];
+    for (int q = 0; q < NQ; ++q) same[q] = swap[q] = _mm_setzero_pd();
+#pragma clang loop unroll_count(4)
+    for (vrx_int l = 0; l < kk; ++l) {
+      const __m128d av = _mm_load_pd(a + 4 * l), as = _mm_load_pd(a + 4 * l + 2);
+      for (int q = 0; q < NQ; ++q) {
+        const double* bp = 2 * q < PW ? b0 + l * PW + 2 * q : b1 + l * PW + 2 * q - PW;
+        const __m128d bq = _mm_load_pd(bp);
+        same[q] = _mm_add_pd(same[q], _mm_mul_pd(av, bq));
+        swap[q] = _mm_add_pd(swap[q], _mm_mul_pd(as, bq));
+      }
+    }
+    for (int q = 0; q < NQ; ++q) {
+      double* c0 = c + 2 * q * ldc;
+      double* c1 = c0 + ldc;
+      _mm_storeu_pd(c0, _mm_add_pd(_mm_loadu_pd(c0), _mm_unpacklo_pd(same[q], swap[q])));
+      _mm_storeu_pd(c1, _mm_add_pd(_mm_loadu_pd(c1), _mm_unpackhi_pd(swap[q], same[q])));
+    }
+  }
+}
+
+// Every pair of rows against W columns, then the odd row panel by panel.
+template <int W, int K>
+void swap_columns(vrx_int mb, vrx_int kp, const double* apack, const double* b0, double* c, vrx_int ldc) {
+  constexpr int PW = W > 4 ? 4 : W;
+  const double* b1 = b0 + PW * kp;
+  vrx_int i = 0;
+  for (; i + 2 <= mb; i += 2) tile_swap<W, K>(kp, apack + 2 * i * kp, b0, b1, c + i, ldc);
+  if (i < mb) {
+    tile_odd_row<PW, K, 1>(kp, apack + 2 * i * kp, b0, c + i, ldc);
+    if constexpr (W > 4) tile_odd_row<PW, K, 1>(kp, apack + 2 * i * kp, b1, c + i + PW * ldc, ldc);
+  }
+}
+
+void swap_block(vrx_int mb, vrx_int nb, vrx_int kp, const double* apack, const double* bpack, double* c,
+                vrx_int ldc) {
+  by_depth(kp, [&](auto K) {
+    vrx_int j = 0;
+    for (; j + 8 <= nb; j += 8) swap_columns<8, K()>(mb, kp, apack, bpack + j * kp, c + j * ldc, ldc);
+    while (j < nb) {
+      const vrx_int w = vrx_gemm_panel_extent(j, nb, 4);
+      by_extent(w, [&](auto W) { swap_columns<W(), K()>(mb, kp, apack, bpack + j * kp, c + j * ldc, ldc); });
+      j += w;
+    }
+  });
+}
+
+// ---- packing ----
+
+// One panel of H rows of op(A) (or H columns of op(B)); `across` when the H values of
+// one k step lie next to each other in the source, else each of the H lines runs
+// along k. Scale multiplies by `factor` as it copies.
+template <int H, bool Scale>
+inline void pack_panel(bool across, vrx_int kb, vrx_int kp, double factor, const double* s, vrx_int ld,
+                       double* o) {
+  const __m128d f = _mm_set1_pd(factor);
+  auto scaled = [&](__m128d v) { return Scale ? _mm_mul_pd(f, v) : v; };
+  auto scaled1 = [&](double v) { return Scale ? factor * v : v; };
+  if constexpr (H == 1) {
+    const vrx_int step = across ? ld : 1;
+    for (vrx_int l = 0; l < kb; ++l) o[l] = scaled1(s[l * step]);
+  } else if (across) {
+    for (vrx_int l = 0; l < kb; ++l)
+      for (int r = 0; r < H; r += 2) _mm_store_pd(o + l * H + r, scaled(_mm_loadu_pd(s + r + l * ld)));
+  } else {
+    // Two k steps of two lines at a time: a 2 x 2 transposition.
+    vrx_int l = 0;
+    for (; l + 2 <= kb; l += 2)
+      for (int r = 0; r < H; r += 2) {
+        const __m128d x = _mm_loadu_pd(s + l + r * ld), y = _mm_loadu_pd(s + l + (r + 1) * ld);
+        _mm_store_pd(o + l * H + r, scaled(_mm_unpacklo_pd(x, y)));
+        _mm_store_pd(o + (l + 1) * H + r, scaled(_mm_unpackhi_pd(x, y)));
+      }
+    if (l < kb)
+      for (int r = 0; r < H; ++r) o[l * H + r] = scaled1(s[l + r * ld]);
+  }
+  for (vrx_int l = kb * H; l < kp * H; ++l) o[l] = 0.0;
+}
+
+template <bool Scale>
+void pack_panels(bool across, vrx_int extent, vrx_int kb, vrx_int kp, int full, double factor, const double* src,
+                 vrx_int ld, double* out) {
+  for (vrx_int i = 0; i < extent;) {
+    const vrx_int h = vrx_gemm_panel_extent(i, extent, full);
+    const double* s = across ? src + i : src + i * ld;
+    double* o = out + i * kp;
+    by_extent(h, [&](auto H) { pack_panel<H(), Scale>(across, kb, kp, factor, s, ld, o); });
+    i += h;
+  }
+}
+// Pairs of rows for the swap kernel: each k step as (a0, a1) then (a1, a0), so that
+// the kernel needs no shuffle; the last odd row as a plain panel.
+template <bool Scale>
+void pack_pairs(bool across, vrx_int rows, vrx_int kb, vrx_int kp, double factor, const double* src, vrx_int ld,
+                double* out) {
+  const __m128d f = _mm_set1_pd(factor);
+  auto scaled = [&](__m128d v) { return Scale ? _mm_mul_pd(f, v) : v; };
+  vrx_int i = 0;
+  for (; i + 2 <= rows; i += 2) {
+    double* o = out + 2 * i * kp;
+    if (across) {
+      const double* s = src + i;
+      for (vrx_int l = 0; l < kb; ++l) {
+        const __m128d v = scaled(_mm_loadu_pd(s + l * ld));
+        _mm_store_pd(o + 4 * l, v);
+        _mm_store_pd(o + 4 * l + 2, _mm_shuffle_pd(v, v, 1));
+      }
+    } else {
+      const double* x = src + i * ld;
+      const double* y = x + ld;
+      vrx_int l = 0;
+      for (; l + 2 <= kb; l += 2) {
+        const __m128d xv = scaled(_mm_loadu_pd(x + l)), yv = scaled(_mm_loadu_pd(y + l));
+        _mm_store_pd(o + 4 * l, _mm_unpacklo_pd(xv, yv));
+        _mm_store_pd(o + 4 * l + 2, _mm_unpacklo_pd(yv, xv));
+        _mm_store_pd(o + 4 * l + 4, _mm_unpackhi_pd(xv, yv));
+        _mm_store_pd(o + 4 * l + 6, _mm_unpackhi_pd(yv, xv));
+      }
+      if (l < kb) {
+        const __m128d v = scaled(_mm_unpacklo_pd(_mm_load_sd(x + l), _mm_load_sd(y + l)));
+        _mm_store_pd(o + 4 * l, v);
+        _mm_store_pd(o + 4 * l + 2, _mm_shuffle_pd(v, v, 1));
+      }
+    }
+    for (vrx_int l = 4 * kb; l < 4 * kp; ++l) o[l] = 0.0;
+  }
+  if (i < rows)
+    pack_panel<1, Scale>(across, kb, kp, factor, across ? src + i : src + i * ld, ld, out + 2 * i * kp);
+}
+}  // namespace
+
+void vrx_sse2_gemm_pack_a_pairs(int trans, vrx_int rows, vrx_int kb, vrx_int kp, double alpha, const double* a,
+                                vrx_int lda, double* out) {
+  if (alpha == 1.0)
+    pack_pairs<false>(trans == 0, rows, kb, kp, alpha, a, lda, out);
+  else
+    pack_pairs<true>(trans == 0, rows, kb, kp, alpha, a, lda, out);
+}
+
+void vrx_sse2_gemm_pack_a(int trans, vrx_int rows, vrx_int kb, vrx_int kp, int height, double alpha,
+                          const double* a, vrx_int lda, double* out) {
+  // A factor of 1 changes no value: plain copies then.
+  if (alpha == 1.0)
+    pack_panels<false>(trans == 0, rows, kb, kp, height, alpha, a, lda, out);
+  else
+    pack_panels<true>(trans == 0, rows, kb, kp, height, alpha, a, lda, out);
+}
+
+void vrx_sse2_gemm_pack_b(int trans, vrx_int kb, vrx_int cols, vrx_int kp, const double* b, vrx_int ldb,
+                          double* out) {
+  pack_panels<false>(trans != 0, cols, kb, kp, 4, 1.0, b, ldb, out);
+}
+
+// Below 128 rows the doubled copy of B is spread over too few row tiles to pay off.
+int vrx_sse2_gemm_kernel_for(vrx_int mb) { return mb < 128 ? VRX_SSE2_KERNEL_SWAP : VRX_SSE2_KERNEL_DUP; }
+
+void vrx_sse2_gemm_block(int kernel, int height, vrx_int mb, vrx_int nb, vrx_int kp, const double* apack,
+                         const double* bpack, double* dup, double* c, vrx_int ldc) {
+  if (kernel == VRX_SSE2_KERNEL_SWAP)
+    swap_block(mb, nb, kp, apack, bpack, c, ldc);
+  else
+    dup_block(height, mb, nb, kp, apack, bpack, dup, c, ldc);
 }
