@@ -39,6 +39,10 @@ VRX_DECLARE_MATCOPY_VARIANTS(avx2)
 VRX_DECLARE_MATCOPY_VARIANTS(avx512)
 #undef VRX_DECLARE_MATCOPY_VARIANTS
 
+// Out-of-place transpositions whose matrix has at least this many bytes write the target
+// with non-temporal stores: it would only push everything else out of the caches.
+constexpr std::size_t vrx_matcopy_stream_bytes = std::size_t(8) << 20;
+
 // Thread count of the forking paths: the domain-0 count, unless a test has set its own.
 int vrx_matcopy_threads();
 void vrx_matcopy_set_thread_override(int threads);  // 0 restores the domain count

@@ -1,6 +1,9 @@
 #include "bench_support.h"
 
 #include <dlfcn.h>
+
+#include <chrono>
+#include <thread>
 #include <unistd.h>
 
 #include <cstdio>
@@ -18,6 +21,8 @@ double seconds_of(clockid_t clock) {
 double bench_now() { return seconds_of(CLOCK_MONOTONIC); }
 
 double bench_thread_cpu_now() { return seconds_of(CLOCK_THREAD_CPUTIME_ID); }
+
+void bench_settle() { std::this_thread::sleep_for(std::chrono::milliseconds(300)); }
 
 std::vector<bench_peer> bench_load_peers() {
   std::vector<bench_peer> peers;

@@ -10,6 +10,10 @@ double bench_now();
 // The calling thread's CPU time in seconds: other load on the machine counts for little.
 double bench_thread_cpu_now();
 
+// Waits until the idle threads of whatever ran before (OpenMP's and OpenBLAS's spin for a
+// while before they sleep) have gone quiet, so that they do not slow the next contender.
+void bench_settle();
+
 // Best time of `repeats` runs of body(), after one warm-up run, by `clock`.
 template <typename Body>
 double bench_best_seconds(int repeats, Body&& body, double (*clock)() = bench_now) {

@@ -6,89 +6,131 @@
 #include "blas/vrx_level12.h"
 
 namespace {
+// Both GEMV forms stream many columns of A at once, one cache line of each per step, with
+// a software prefetch a few lines ahead on every column: one core needs more misses in
+// flight than its hardware prefetchers open for a product this memory bound.
+constexpr int l2_columns = 16;  // columns per pass over y, N form
+// Columns per pass of the transposed form. For a matrix beyond the caches, many (more
+// streams in flight; twelve at 32 bytes, where sixteen accumulators spill and cost more
+// than the extra stream gains); else as many as keep their accumulators and the x
+// vectors in registers (16 registers below AVX-512, 32 with it).
+constexpr int l2_columns_t_streaming = VRX_VEC_BYTES == 32 ? 12 : 16;
+constexpr int l2_columns_t_cached = VRX_VEC_BYTES >= 64 ? 16 : 8;
+constexpr long l2_streaming_bytes = 1L << 20;
+constexpr int l2_prefetch_n_bytes = 512;    // distance ahead on each column, N form
+constexpr int l2_prefetch_t_bytes = 768;    // distance ahead on each column, transposed form
+
+template <typename T>
+constexpr int l2_line = 64 / static_cast<int>(sizeof(T));  // elements per cache line
+
+// The rows of y at i that one W holds (W a vector, or one element) += sum of v[q] c[q][i]
+// over NC columns. The element tail does lane for lane what the vector steps do, so a
+// row's result does not depend on where it falls (and so not on a thread split).
+template <int NC, typename W, typename T>
+inline void l2_n_rows(T* y, const T* const* c, const W* v, vrx_int i) {
+  W y0 = vrx_load<W>(y + i);
+  if constexpr (NC == 1) {
+    y0 += v[0] * vrx_load<W>(c[0] + i);
+  } else {
+    W z = {};
+    for (int q = 0; q < NC; q += 2) {
+      y0 += v[q] * vrx_load<W>(c[q] + i);
+      z += v[q + 1] * vrx_load<W>(c[q + 1] + i);
+    }
+    y0 += z;
+  }
+  vrx_store(y + i, y0);
+}
+
+// y[0:m] += sum of t[q] c[q][0:m] over the NC columns c[0], ..., c[NC - 1].
+template <int NC, typename T>
+void l2_gemv_n_pass(vrx_int m, const T* const* c, const T* t, T* y) {
+  typedef vrx_vec_t<T> V;
+  constexpr int L = vrx_lanes<T>, line = l2_line<T>, ahead = l2_prefetch_n_bytes / static_cast<int>(sizeof(T));
+  V v[NC];
+  for (int q = 0; q < NC; ++q) v[q] = vrx_splat<V>(t[q]);
+  vrx_int i = 0;
+  for (; i + line <= m; i += line) {
+    for (int q = 0; q < NC; ++q) __builtin_prefetch(c[q] + i + ahead, 0, 3);
+    for (int u = 0; u < line; u += L) l2_n_rows<NC>(y, c, v, i + u);
+  }
+  for (; i < m; ++i) l2_n_rows<NC>(y, c, t, i);
+}
+
 // y[0:m] += alpha A x, y with unit stride, x with stride incx (already at its first element).
 template <typename T>
 void l2_gemv_n(vrx_int m, vrx_int n, T alpha, const T* a, vrx_int lda, const T* x, vrx_int incx, T* y) {
-  typedef vrx_vec_t<T> V;
-  constexpr int L = vrx_lanes<T>;
   vrx_int j = 0;
-  // Eight columns per pass over y: y moves through the cache once per eight columns of A.
-  for (; j + 8 <= n; j += 8) {
-    V v[8];
-    const T* c[8];
-    T t[8];
-    for (int q = 0; q < 8; ++q) {
-      t[q] = alpha * x[(j + q) * incx];
-      v[q] = vrx_splat<V>(t[q]);
+  // Sixteen columns per pass over y: y moves through the cache once per sixteen columns.
+  for (; j + l2_columns <= n; j += l2_columns) {
+    const T* c[l2_columns];
+    T t[l2_columns];
+    for (int q = 0; q < l2_columns; ++q) {
       c[q] = a + (j + q) * lda;
+      t[q] = alpha * x[(j + q) * incx];
     }
-    vrx_int i = 0;
-    for (; i + L <= m; i += L) {
-      V y0 = vrx_load<V>(y + i);
-      V y1 = v[0] * vrx_load<V>(c[0] + i) + v[1] * vrx_load<V>(c[1] + i);
-      y0 += v[2] * vrx_load<V>(c[2] + i) + v[3] * vrx_load<V>(c[3] + i);
-      y1 += v[4] * vrx_load<V>(c[4] + i) + v[5] * vrx_load<V>(c[5] + i);
-      y0 += v[6] * vrx_load<V>(c[6] + i) + v[7] * vrx_load<V>(c[7] + i);
-      vrx_store(y + i, y0 + y1);
-    }
-    for (; i < m; ++i) {
-      T s = y[i];
-      for (int q = 0; q < 8; ++q) s += t[q] * c[q][i];
-      y[i] = s;
-    }
+    l2_gemv_n_pass<l2_columns>(m, c, t, y);
   }
   for (; j < n; ++j) {
+    const T* c = a + j * lda;
     const T t = alpha * x[j * incx];
-    const T* aj = a + j * lda;
-    const V v = vrx_splat<V>(t);
-    vrx_int i = 0;
-    for (; i + L <= m; i += L) vrx_store(y + i, vrx_load<V>(y + i) + v * vrx_load<V>(aj + i));
-    for (; i < m; ++i) y[i] += t * aj[i];
+    l2_gemv_n_pass<1>(m, &c, &t, y);
   }
+}
+
+// r[q] = c[q][0:m]^T x for NC columns, one accumulator per column fed once per cache
+// line (a partial sum over the line first). Every column gets the same sequence of
+// operations whatever NC is, so the choice of NC never changes a result.
+template <int NC, typename T>
+void l2_gemv_t_pass(vrx_int m, const T* const* c, const T* x, T* r) {
+  typedef vrx_vec_t<T> V;
+  constexpr int L = vrx_lanes<T>, U = l2_line<T> / L, ahead = l2_prefetch_t_bytes / static_cast<int>(sizeof(T));
+  V s[NC];
+  for (int q = 0; q < NC; ++q) s[q] = V{};
+  vrx_int i = 0;
+  for (; i + U * L <= m; i += U * L) {
+    for (int q = 0; q < NC; ++q) __builtin_prefetch(c[q] + i + ahead, 0, 3);
+    V xu[U];
+    for (int u = 0; u < U; ++u) xu[u] = vrx_load<V>(x + i + u * L);
+    for (int q = 0; q < NC; ++q) {
+      if constexpr (U == 1) {
+        s[q] += vrx_load<V>(c[q] + i) * xu[0];
+      } else {
+        V t = vrx_load<V>(c[q] + i) * xu[0];
+        for (int u = 1; u < U; ++u) t += vrx_load<V>(c[q] + i + u * L) * xu[u];
+        s[q] += t;
+      }
+    }
+  }
+  for (int q = 0; q < NC; ++q) {
+    T sum = vrx_hsum<T>(s[q]);
+    for (vrx_int k = i; k < m; ++k) sum += c[q][k] * x[k];
+    r[q] = sum;
+  }
+}
+
+// Columns [j, n) in passes of NC: y[j * incy] += alpha A(:, j)^T x. Returns the first
+// column left over.
+template <int NC, typename T>
+vrx_int l2_gemv_t_columns(vrx_int j, vrx_int m, vrx_int n, T alpha, const T* a, vrx_int lda, const T* x, T* y,
+                          vrx_int incy) {
+  for (; j + NC <= n; j += NC) {
+    const T* c[NC];
+    T r[NC];
+    for (int q = 0; q < NC; ++q) c[q] = a + (j + q) * lda;
+    l2_gemv_t_pass<NC>(m, c, x, r);
+    for (int q = 0; q < NC; ++q) y[(j + q) * incy] += alpha * r[q];
+  }
+  return j;
 }
 
 // y[j * incy] += alpha A(:, j)^T x for each column, x with unit stride.
 template <typename T>
 void l2_gemv_t(vrx_int m, vrx_int n, T alpha, const T* a, vrx_int lda, const T* x, T* y, vrx_int incy) {
-  typedef vrx_vec_t<T> V;
-  constexpr int L = vrx_lanes<T>;
-  vrx_int j = 0;
-  for (; j + 4 <= n; j += 4) {
-    const T *a0 = a + j * lda, *a1 = a0 + lda, *a2 = a1 + lda, *a3 = a2 + lda;
-    V s0 = {}, s1 = {}, s2 = {}, s3 = {}, u0 = {}, u1 = {}, u2 = {}, u3 = {};
-    vrx_int i = 0;
-    for (; i + 2 * L <= m; i += 2 * L) {
-      const V x0 = vrx_load<V>(x + i), x1 = vrx_load<V>(x + i + L);
-      s0 += vrx_load<V>(a0 + i) * x0;
-      s1 += vrx_load<V>(a1 + i) * x0;
-      s2 += vrx_load<V>(a2 + i) * x0;
-      s3 += vrx_load<V>(a3 + i) * x0;
-      u0 += vrx_load<V>(a0 + i + L) * x1;
-      u1 += vrx_load<V>(a1 + i + L) * x1;
-      u2 += vrx_load<V>(a2 + i + L) * x1;
-      u3 += vrx_load<V>(a3 + i + L) * x1;
-    }
-    T r0 = vrx_hsum<T>(s0 + u0), r1 = vrx_hsum<T>(s1 + u1), r2 = vrx_hsum<T>(s2 + u2), r3 = vrx_hsum<T>(s3 + u3);
-    for (; i < m; ++i) {
-      r0 += a0[i] * x[i];
-      r1 += a1[i] * x[i];
-      r2 += a2[i] * x[i];
-      r3 += a3[i] * x[i];
-    }
-    y[j * incy] += alpha * r0;
-    y[(j + 1) * incy] += alpha * r1;
-    y[(j + 2) * incy] += alpha * r2;
-    y[(j + 3) * incy] += alpha * r3;
-  }
-  for (; j < n; ++j) {
-    const T* aj = a + j * lda;
-    V s = {};
-    vrx_int i = 0;
-    for (; i + L <= m; i += L) s += vrx_load<V>(aj + i) * vrx_load<V>(x + i);
-    T r = vrx_hsum<T>(s);
-    for (; i < m; ++i) r += aj[i] * x[i];
-    y[j * incy] += alpha * r;
-  }
+  const bool streaming = static_cast<long>(sizeof(T)) * m * n >= l2_streaming_bytes;
+  vrx_int j = streaming ? l2_gemv_t_columns<l2_columns_t_streaming>(0, m, n, alpha, a, lda, x, y, incy)
+                        : l2_gemv_t_columns<l2_columns_t_cached>(0, m, n, alpha, a, lda, x, y, incy);
+  l2_gemv_t_columns<1>(j, m, n, alpha, a, lda, x, y, incy);
 }
 
 // y += alpha a and, in the same pass, the dot product of a and x (the two halves of a

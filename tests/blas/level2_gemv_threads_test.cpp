@@ -85,6 +85,32 @@ TEST(GemvThreads, ThreadedFormsMatchTheReferenceAtEveryTeamSize) {
   }
 }
 
+TEST(GemvThreads, SplitFormGivesTheSameBitsAtEveryTeamSize) {
+  // Rows (N) or columns (T) land in vector steps, row tails or single columns depending
+  // on where a thread's share starts, and a thread's share of the 1000 by 140 product is
+  // small enough for the column passes meant for cached matrices while the whole is not;
+  // each element must come out the same wherever it lands.
+  struct shape {
+    char trans;
+    vrx_int m, n;
+  } shapes[] = {{'N', 203, 197}, {'T', 203, 197}, {'T', 1000, 140}};
+  for (const auto [trans, m, n] : shapes) {
+    const vrx_int lda = m + 8, one = 1;
+    const std::vector<double> a = vrx_test_random(lda * n, 21), x = vrx_test_random(m + n, 22);
+    const std::vector<double> y0 = vrx_test_random(m + n, 23);
+    const double alpha = 0.625, beta = -1.25;
+    const char letter[2] = {trans, 0};
+    std::vector<double> expect = y0;
+    vrx_blas_dgemv_sequential(letter, &m, &n, &alpha, a.data(), &lda, x.data(), &one, &beta, expect.data(), &one,
+                              &one);
+    for (int threads : {2, 3, 5, 8}) {
+      std::vector<double> y = y0;
+      vrx_blas_dgemv_threaded(threads, letter, &m, &n, &alpha, a.data(), &lda, x.data(), &one, &beta, y.data(), &one);
+      ASSERT_EQ(y, expect) << trans << " threads " << threads;
+    }
+  }
+}
+
 TEST(GemvThreads, ProductsWithOneRowOrColumnGoThroughGemv) {
   // m = 1 and n = 1 products of DGEMM reach the GEMV with strides lda and ldc.
   const vrx_int m = 1, n = 300, k = 250, lda = 3, ldb = 260, ldc = 2;

@@ -11,38 +11,42 @@ namespace {
 template <typename T>
 void check_level2_table(const vrx_level2_kernels<T>* k, const std::string& name) {
   SCOPED_TRACE(name);
-  for (vrx_int m : {1, 3, 8, 17, 33}) {
-    for (vrx_int n : {1, 4, 5, 9}) {
-      const vrx_int lda = m + 3;
-      std::vector<T> a = small_integers<T>(lda * n, 7), x = small_integers<T>(2 * (m + n), 8);
-      std::vector<T> y = small_integers<T>(2 * (m + n), 9);
-      // No transposition, x with stride 2.
-      std::vector<T> yn = y;
-      k->gemv_n(m, n, T(2), a.data(), lda, x.data(), 2, yn.data());
-      for (vrx_int i = 0; i < m; ++i) {
-        T s = y[i];
-        for (vrx_int j = 0; j < n; ++j) s += 2 * a[i + j * lda] * x[2 * j];
-        ASSERT_EQ(yn[i], s) << m << "x" << n << " row " << i;
-      }
-      EXPECT_EQ(yn[m], y[m]);
-      // Transposed, y with stride 3 where it fits.
-      std::vector<T> yt(3 * n + 1, T(1));
-      k->gemv_t(m, n, T(-1), a.data(), lda, x.data(), yt.data(), 3);
-      for (vrx_int j = 0; j < n; ++j) {
-        T s = 1;
-        for (vrx_int i = 0; i < m; ++i) s -= a[i + j * lda] * x[i];
-        ASSERT_EQ(yt[3 * j], s) << m << "x" << n << " column " << j;
-        if (j + 1 < n) ASSERT_EQ(yt[3 * j + 1], T(1));
-      }
-      std::vector<T> yd = y;
-      const T dot = k->axpy_dot(m, T(3), a.data(), x.data(), yd.data());
-      T expect = 0;
-      for (vrx_int i = 0; i < m; ++i) {
-        expect += a[i] * x[i];
-        ASSERT_EQ(yd[i], y[i] + 3 * a[i]);
-      }
-      EXPECT_EQ(dot, expect);
+  // Rows cross the cache-line steps (8 doubles, 16 floats) and their tails; columns
+  // cross the passes of 8 and 16 columns and the single columns after them; the last
+  // shape is large enough (over 1 MiB) for the passes meant for matrices beyond the caches.
+  std::vector<std::pair<vrx_int, vrx_int>> shapes = {{517, 263}};
+  for (vrx_int m : {1, 3, 8, 17, 33, 70})
+    for (vrx_int n : {1, 4, 5, 9, 16, 17, 35}) shapes.push_back({m, n});
+  for (const auto& [m, n] : shapes) {
+    const vrx_int lda = m + 3;
+    std::vector<T> a = small_integers<T>(lda * n, 7), x = small_integers<T>(2 * (m + n), 8);
+    std::vector<T> y = small_integers<T>(2 * (m + n), 9);
+    // No transposition, x with stride 2.
+    std::vector<T> yn = y;
+    k->gemv_n(m, n, T(2), a.data(), lda, x.data(), 2, yn.data());
+    for (vrx_int i = 0; i < m; ++i) {
+      T s = y[i];
+      for (vrx_int j = 0; j < n; ++j) s += 2 * a[i + j * lda] * x[2 * j];
+      ASSERT_EQ(yn[i], s) << m << "x" << n << " row " << i;
     }
+    EXPECT_EQ(yn[m], y[m]);
+    // Transposed, y with stride 3 where it fits.
+    std::vector<T> yt(3 * n + 1, T(1));
+    k->gemv_t(m, n, T(-1), a.data(), lda, x.data(), yt.data(), 3);
+    for (vrx_int j = 0; j < n; ++j) {
+      T s = 1;
+      for (vrx_int i = 0; i < m; ++i) s -= a[i + j * lda] * x[i];
+      ASSERT_EQ(yt[3 * j], s) << m << "x" << n << " column " << j;
+      if (j + 1 < n) ASSERT_EQ(yt[3 * j + 1], T(1));
+    }
+    std::vector<T> yd = y;
+    const T dot = k->axpy_dot(m, T(3), a.data(), x.data(), yd.data());
+    T expect = 0;
+    for (vrx_int i = 0; i < m; ++i) {
+      expect += a[i] * x[i];
+      ASSERT_EQ(yd[i], y[i] + 3 * a[i]);
+    }
+    EXPECT_EQ(dot, expect);
   }
 }
 

@@ -63,19 +63,25 @@ layout view_of(char ordering, char trans, std::size_t rows, std::size_t cols) {
   return {column ? cols : rows, column ? rows : cols, transpose};
 }
 
-// Out of place: b's target elements are alpha a, everything else untouched.
+// Out of place: b's target elements are alpha a, everything else untouched. b starts
+// `offset` elements past a 64-byte boundary.
 template <typename T, typename Fn>
 void check_out_of_place(Fn copy, const std::string& name, char ordering, char trans, std::size_t rows,
-                        std::size_t cols, std::size_t lda, std::size_t ldb, T alpha) {
+                        std::size_t cols, std::size_t lda, std::size_t ldb, T alpha, std::size_t offset = 0) {
   const layout v = view_of(ordering, trans, rows, cols);
-  const std::size_t brows = v.transpose ? v.cols : v.rows;
+  const std::size_t brows = v.transpose ? v.cols : v.rows, span = brows * ldb + 5;
   const std::vector<T> a = numbered<T>(v.rows * lda + 3);
-  std::vector<T> b(brows * ldb + 5, T(-1)), expect = b;
+  std::vector<T> storage(span + 64, T(-1)), expect(span, T(-1));
+  const std::size_t skip = (64 - reinterpret_cast<std::uintptr_t>(storage.data()) % 64) % 64 / sizeof(T) + offset;
+  T* b = storage.data() + skip;
   for (std::size_t i = 0; i < v.rows; ++i)
     for (std::size_t j = 0; j < v.cols; ++j) expect[v.target(i, j, ldb)] = alpha * a[v.source(i, j, lda)];
-  copy(ordering, trans, rows, cols, alpha, a.data(), lda, b.data(), ldb);
-  ASSERT_EQ(b, expect) << name << " " << ordering << trans << " " << rows << "x" << cols << " lda " << lda
-                       << " ldb " << ldb;
+  copy(ordering, trans, rows, cols, alpha, a.data(), lda, b, ldb);
+  ASSERT_EQ(std::vector<T>(b, b + span), expect)
+      << name << " " << ordering << trans << " " << rows << "x" << cols << " lda " << lda << " ldb " << ldb
+      << " offset " << offset;
+  for (std::size_t k = 0; k < skip; ++k) ASSERT_EQ(storage[k], T(-1)) << "written before the target";
+  for (std::size_t k = skip + span; k < storage.size(); ++k) ASSERT_EQ(storage[k], T(-1)) << "written after";
 }
 
 // In place: the target elements take alpha times the source, all other memory keeps its
@@ -141,6 +147,34 @@ TEST(Domatcopy, ThreadedCopyCoversGridsAndRowCuts) {
       }
     }
   }
+}
+
+TEST(Domatcopy, LargeTranspositionsStreamFromAnyAlignment) {
+  // From vrx_matcopy_stream_bytes on, transpositions write lines with non-temporal
+  // stores once the target rows reach a 64-byte boundary; the rows in front of that
+  // boundary, the rows after the last group of eight and the fringe columns go singly.
+  // Targets off the boundary by 0 to 7 doubles, leading dimensions that cannot stream,
+  // one element below the threshold, floats, and the threaded road.
+  ASSERT_EQ(vrx_matcopy_stream_bytes, std::size_t(1) << 23);
+  struct {
+    char ordering;
+    std::size_t rows, cols, lda, ldb, offset;
+  } shapes[] = {{'R', 1024, 1024, 1024, 1024, 0},  // the threshold exactly
+                {'R', 1023, 1025, 1025, 1024, 0},  // one element below
+                {'R', 1029, 1031, 1033, 1032, 3},  // peel of five rows, tail of one
+                {'C', 1031, 1029, 1033, 1040, 7},
+                {'R', 1030, 1030, 1030, 1035, 2},  // odd ldb: plain stores
+                {'R', 2100, 530, 531, 2104, 1}};
+  for (int threads : {1, 3}) {
+    thread_override forced(threads);
+    for (const matcopy_class& c : runnable_classes()) {
+      if (threads > 1 && c.name != "exported") continue;  // every class on one thread
+      for (const auto& s : shapes)
+        check_out_of_place<double>(c.domatcopy, c.name, s.ordering, 'T', s.rows, s.cols, s.lda, s.ldb, 1.5, s.offset);
+    }
+  }
+  check_out_of_place<double>(VRX_Domatcopy, "exported", 'R', 'T', 1100, 1000, 1000, 1104, -1.0, 4);
+  check_out_of_place<float>(vrx_somatcopy, "exported", 'R', 'T', 1500, 1500, 1500, 1504, 2.0f, 3);
 }
 
 TEST(Dimatcopy, SquareExchangesOnEveryRoad) {

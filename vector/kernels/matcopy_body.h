@@ -51,8 +51,10 @@ inline void mc_transpose_registers(V* r) {
   }
 }
 
-// dst(j, i) := alpha src(i, j) for an 8 by 8 tile; rows `lds` and `ldd` apart.
-template <typename T>
+// dst(j, i) := alpha src(i, j) for an 8 by 8 tile; rows `lds` and `ldd` apart. With
+// `stream` the target rows go out with non-temporal stores (double only); each target
+// row of the tile must then start on a 64-byte boundary, so every store completes a line.
+template <bool stream = false, typename T>
 inline void mc_tile8(const T* src, mc_size lds, T* dst, mc_size ldd, T alpha) {
   constexpr int W = vrx_lanes<T>;
   if constexpr (sizeof(T) == 8 && W >= 2 && W <= 8) {
@@ -63,7 +65,11 @@ inline void mc_tile8(const T* src, mc_size lds, T* dst, mc_size ldd, T alpha) {
         V r[W];
         for (int k = 0; k < W; ++k) r[k] = va * vrx_load<V>(src + (bi + k) * lds + bj);
         mc_transpose_registers<V, W>(r);
-        for (int k = 0; k < W; ++k) vrx_store(dst + (bj + k) * ldd + bi, r[k]);
+        for (int k = 0; k < W; ++k) {
+          T* out = dst + (bj + k) * ldd + bi;
+          if constexpr (stream) __builtin_nontemporal_store(r[k], reinterpret_cast<V*>(out));
+          else vrx_store(out, r[k]);
+        }
       }
     }
   } else {
@@ -109,11 +115,50 @@ void mc_scale_row(const T* src, T* dst, mc_size cols, T alpha) {
 }
 
 // ---- out of place: one general routine with element strides ----
+// Source rows [i_begin, i_end) (a multiple of 8 apart) of the transposition through the
+// 8 by 8 tiles, in bands of 64 rows: each group of eight target rows is finished for the
+// band before the next, so few pages and lines are open at a time, and the source lines
+// of a later tile are fetched ahead. Columns beyond the last full tile go singly.
+template <bool stream, typename T>
+void mc_transpose_rows(mc_size i_begin, mc_size i_end, mc_size cols, T alpha, const T* a, mc_size lda, T* b,
+                       mc_size ldb) {
+  constexpr mc_size band = 64, ahead = 256 / sizeof(T);
+  const mc_size cols8 = cols & ~mc_size(7);
+  for (mc_size i0 = i_begin; i0 < i_end; i0 += band) {
+    const mc_size i1 = i0 + band < i_end ? i0 + band : i_end;
+    for (mc_size j = 0; j < cols8; j += 8)
+      for (mc_size i = i0; i < i1; i += 8) {
+        for (mc_size k = 0; k < 8; ++k) __builtin_prefetch(a + (i + k) * lda + j + ahead, 0, 3);
+        mc_tile8<stream>(a + i * lda + j, lda, b + j * ldb + i, ldb, alpha);
+      }
+    for (mc_size j = cols8; j < cols; ++j)
+      for (mc_size k = i0; k < i1; ++k) b[j * ldb + k] = alpha * a[k * lda + j];
+  }
+}
+
+// Source rows [i_begin, i_end) of the transposition one element at a time.
+template <typename T>
+void mc_transpose_elements(mc_size i_begin, mc_size i_end, mc_size cols, T alpha, const T* a, mc_size lda, T* b,
+                           mc_size ldb) {
+  for (mc_size i = i_begin; i < i_end; ++i)
+    for (mc_size j = 0; j < cols; ++j) b[j * ldb + i] = alpha * a[i * lda + j];
+}
+
+// Source rows to leave out in front so that every target row of the tiles starts on a
+// 64-byte boundary; `rows` + 1 when no choice of them does (the target cannot stream).
+template <typename T>
+mc_size mc_stream_peel(mc_size rows, const T* b, mc_size ldb) {
+  const std::uintptr_t address = reinterpret_cast<std::uintptr_t>(b);
+  if (sizeof(T) != 8 || address % sizeof(T) != 0 || ldb % 8 != 0) return rows + 1;
+  return (64 - address % 64) % 64 / sizeof(T);
+}
+
 // b := alpha a (rows by cols, row-major, rows lda apart, elements sa apart), or its
-// transpose (cols by rows, rows ldb apart, elements sb apart).
+// transpose (cols by rows, rows ldb apart, elements sb apart). `stream` asks for
+// non-temporal stores on a transposition whose target is too large to stay in cache.
 template <typename T>
 void mc_copy_general(bool transpose, mc_size rows, mc_size cols, T alpha, const T* a, mc_size lda, mc_size sa, T* b,
-                     mc_size ldb, mc_size sb) {
+                     mc_size ldb, mc_size sb, bool stream = false) {
   if (sa != 1 || sb != 1) {
     for (mc_size i = 0; i < rows; ++i)
       for (mc_size j = 0; j < cols; ++j) {
@@ -127,19 +172,19 @@ void mc_copy_general(bool transpose, mc_size rows, mc_size cols, T alpha, const 
     for (mc_size i = 0; i < rows; ++i) mc_scale_row(a + i * lda, b + i * ldb, cols, alpha);
     return;
   }
-  // Bands of up to 64 source rows: each group of eight target rows is finished for the
-  // band before the next, so few pages and lines are open at a time.
-  constexpr mc_size band = 64;
-  const mc_size rows8 = rows & ~mc_size(7), cols8 = cols & ~mc_size(7);
-  for (mc_size i0 = 0; i0 < rows8; i0 += band) {
-    const mc_size i1 = i0 + band < rows8 ? i0 + band : rows8;
-    for (mc_size j = 0; j < cols8; j += 8)
-      for (mc_size i = i0; i < i1; i += 8) mc_tile8(a + i * lda + j, lda, b + j * ldb + i, ldb, alpha);
-    for (mc_size j = cols8; j < cols; ++j)
-      for (mc_size k = i0; k < i1; ++k) b[j * ldb + k] = alpha * a[k * lda + j];
+  const mc_size peel = stream ? mc_stream_peel(rows, b, ldb) : rows + 1;
+  if (peel + 8 <= rows) {
+    // Rows before `peel` and after the last group of eight go element by element.
+    const mc_size end = peel + ((rows - peel) & ~mc_size(7));
+    mc_transpose_elements(0, peel, cols, alpha, a, lda, b, ldb);
+    mc_transpose_rows<true>(peel, end, cols, alpha, a, lda, b, ldb);
+    mc_transpose_elements(end, rows, cols, alpha, a, lda, b, ldb);
+    __builtin_ia32_sfence();  // the streamed lines are visible before the call returns
+    return;
   }
-  for (mc_size i = rows8; i < rows; ++i)
-    for (mc_size j = 0; j < cols; ++j) b[j * ldb + i] = alpha * a[i * lda + j];
+  const mc_size rows8 = rows & ~mc_size(7);
+  mc_transpose_rows<false>(0, rows8, cols, alpha, a, lda, b, ldb);
+  mc_transpose_elements(rows8, rows, cols, alpha, a, lda, b, ldb);
 }
 
 // Tile of one thread: a power-of-two grid when everything is a power of two, else a cut
@@ -184,7 +229,8 @@ void mc_omatcopy(char ordering, char trans, mc_size rows, mc_size cols, T alpha,
     return;
   }
   const int threads = rows >= 17 && cols >= 17 && rows * cols * sizeof(T) > 32768 ? vrx_matcopy_threads() : 1;
-  if (threads <= 1) return mc_copy_general(transpose, rows, cols, alpha, a, lda, 1, b, ldb, 1);
+  const bool stream = rows * cols * sizeof(T) >= vrx_matcopy_stream_bytes;
+  if (threads <= 1) return mc_copy_general(transpose, rows, cols, alpha, a, lda, 1, b, ldb, 1, stream);
 #pragma omp parallel num_threads(threads)
   {
     const mc_size team = static_cast<mc_size>(omp_get_num_threads());
@@ -193,7 +239,7 @@ void mc_omatcopy(char ordering, char trans, mc_size rows, mc_size cols, T alpha,
       mc_size r0, nr, c0, nc;
       if (!mc_thread_tile(part, static_cast<mc_size>(threads), rows, cols, &r0, &nr, &c0, &nc)) continue;
       T* target = transpose ? b + c0 * ldb + r0 : b + r0 * ldb + c0;
-      mc_copy_general(transpose, nr, nc, alpha, a + r0 * lda + c0, lda, 1, target, ldb, 1);
+      mc_copy_general(transpose, nr, nc, alpha, a + r0 * lda + c0, lda, 1, target, ldb, 1, stream);
     }
   }
 }
