@@ -23,7 +23,7 @@ constexpr vrx_l3_dgemm_kernels vrx_l3_class_kernels() {
       .pack_a_transposed = vrx_l3_pack_a<MR, true>,
       .pack_b_plain = vrx_l3_pack_b<NR, false>,
       .pack_b_transposed = vrx_l3_pack_b<NR, true>,
-      .scale_c = vrx_ip_scale,
+      .scale_c = vrx_scale_matrix,
       .fallback = vrx_l3_fallback_entry<UNPACKED>,
   };
 }

@@ -5,20 +5,9 @@
 #include <type_traits>
 
 #include "blas/vrx_blas.h"
+#include "blas/vrx_scale_matrix.h"
 
 namespace {
-// C := beta C; beta = 0 stores zeros without reading C.
-inline void vrx_ip_scale(vrx_int m, vrx_int n, double beta, double* c, vrx_int ldc) {
-  if (beta == 1.0) return;
-  for (vrx_int j = 0; j < n; ++j) {
-    double* cj = c + j * ldc;
-    if (beta == 0.0)
-      for (vrx_int i = 0; i < m; ++i) cj[i] = 0.0;
-    else
-      for (vrx_int i = 0; i < m; ++i) cj[i] *= beta;
-  }
-}
-
 // Element (i, j) of a matrix stored with strides (1, ld) or, transposed, (ld, 1).
 template <bool T>
 [[gnu::always_inline]] inline const double* vrx_ip_at(const double* x, vrx_int ld, vrx_int i, vrx_int j) {
@@ -131,7 +120,7 @@ void vrx_ip_gemm(const char* transa, const char* transb, const vrx_int* m_, cons
   const vrx_int m = *m_, n = *n_, k = *k_, lda = *lda_, ldb = *ldb_, ldc = *ldc_;
   const double alpha = *alpha_;
   if (m < 1 || n < 1) return;
-  vrx_ip_scale(m, n, *beta_, c, ldc);
+  vrx_scale_matrix(m, n, *beta_, c, ldc);
   if (alpha == 0.0 || k < 1) return;
   const bool at = vrx_blas_trans_code(*transa) != 0, bt = vrx_blas_trans_code(*transb) != 0;
   if (!at) {

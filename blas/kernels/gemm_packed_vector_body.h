@@ -7,6 +7,7 @@
 #include <cstring>
 #include <type_traits>
 #include "blas/vrx_gemm_packed.h"
+#include "blas/vrx_scale_matrix.h"
 
 #ifndef VRX_GEMM_VECTOR_BYTES
 #error "define VRX_GEMM_VECTOR_BYTES before including this body"
@@ -180,19 +181,6 @@ void gemm_pack(vrx_int extent, vrx_int kb, double factor, const double* src, vrx
   }
 }
 
-// C := beta C; beta = 0 stores zeros without reading C.
-inline void gemm_scale_c(vrx_int m, vrx_int n, double beta, double* c, vrx_int ldc) {
-  if (beta == 1.0) return;
-  for (vrx_int j = 0; j < n; ++j) {
-    double* cj = c + j * ldc;
-    if (beta == 0.0) {
-      for (vrx_int i = 0; i < m; ++i) cj[i] = 0.0;
-    } else {
-      for (vrx_int i = 0; i < m; ++i) cj[i] *= beta;
-    }
-  }
-}
-
 // ---- kernels on the operands where they lie ----
 
 // Writes alpha * acc + beta * C into C; beta = 0 never reads C.
@@ -274,7 +262,7 @@ void gemm_direct(const char* transa, const char* transb, vrx_int m, vrx_int n, v
                  const double* a, vrx_int lda, const double* b, vrx_int ldb, double beta, double* c, vrx_int ldc) {
   if (m < 1 || n < 1) return;
   if (alpha == 0.0 || k < 1) {
-    gemm_scale_c(m, n, beta, c, ldc);
+    vrx_scale_matrix(m, n, beta, c, ldc);
     return;
   }
   const bool at = (*transa & ~0x20) != 'N', bt = (*transb & ~0x20) != 'N';
@@ -333,7 +321,7 @@ void gemm_tiny_k(const char* transa, const char* transb, vrx_int m, vrx_int n, v
     gemm_direct<H, 0>(transa, transb, *m, *n, *k, *alpha, a, *lda, b, *ldb, *beta, c, *ldc);                    \
   }                                                                                                             \
   void vrx_blas_dgemm_scale_c_##cls(vrx_int m, vrx_int n, double beta, double* c, vrx_int ldc) {               \
-    gemm_scale_c(m, n, beta, c, ldc);                                                                           \
+    vrx_scale_matrix(m, n, beta, c, ldc);                                                                           \
   }
 
 // The packing routines and kernel of one packed-driver class.

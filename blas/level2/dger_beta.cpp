@@ -1,6 +1,7 @@
 // C := beta C + alpha x y^T: the road of products with k = 1.
 #include <omp.h>
 #include "blas/vrx_blas.h"
+#include "blas/vrx_scale_matrix.h"
 #include "blas/vrx_stride.h"
 #include "service/vrx_serv.h"
 
@@ -8,14 +9,7 @@ namespace {
 void rank_one_sequential(vrx_int m, vrx_int n, double alpha, const double* x, vrx_int incx, const double* y,
                          vrx_int incy, double beta, double* c, vrx_int ldc) {
   if (alpha == 0.0) {
-    if (beta == 1.0) return;
-    for (vrx_int j = 0; j < n; ++j) {
-      double* cj = c + j * ldc;
-      if (beta == 0.0)
-        for (vrx_int i = 0; i < m; ++i) cj[i] = 0.0;
-      else
-        for (vrx_int i = 0; i < m; ++i) cj[i] *= beta;
-    }
+    vrx_scale_matrix(m, n, beta, c, ldc);
     return;
   }
   for (vrx_int j = 0; j < n; ++j) {

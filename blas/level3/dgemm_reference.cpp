@@ -1,5 +1,6 @@
 // The portable GEMM kernel: the definition of the result.
 #include "blas/vrx_blas.h"
+#include "blas/vrx_scale_matrix.h"
 
 void vrx_blas_dgemm_reference(const char* transa, const char* transb, const vrx_int* m_, const vrx_int* n_,
                               const vrx_int* k_, const double* alpha_, const double* a, const vrx_int* lda_,
@@ -9,15 +10,7 @@ void vrx_blas_dgemm_reference(const char* transa, const char* transb, const vrx_
   const double alpha = *alpha_, beta = *beta_;
   if (m < 1 || n < 1) return;
 
-  // beta = 0 stores zeros without reading C, so NaN in C does not survive.
-  for (vrx_int j = 0; j < n; ++j) {
-    double* cj = c + j * ldc;
-    if (beta == 0.0) {
-      for (vrx_int i = 0; i < m; ++i) cj[i] = 0.0;
-    } else if (beta != 1.0) {
-      for (vrx_int i = 0; i < m; ++i) cj[i] *= beta;
-    }
-  }
+  vrx_scale_matrix(m, n, beta, c, ldc);
   if (alpha == 0.0 || k < 1) return;
 
   const bool a_plain = vrx_blas_trans_code(*transa) == 0;
