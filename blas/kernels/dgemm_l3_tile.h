@@ -110,10 +110,11 @@ void vrx_l3_kernel_walk(const vrx_l3_tile_fn (&tiles)[ROW_SLOTS][COL_SLOTS], vrx
       const vrx_int lines = line + slice < next_lines ? slice : next_lines - line;
       const char* slice_start = next_a + 64 * line;
       line += lines;
-      // With short k a tile is over before its own C prefetch lands: fetch the C tile
-      // two column panels on as well (full panels only; the tail tiles fetch their own).
-      if (k < VRX_L3_SHORT_K && j + 3 * NR <= n) {
-        const char* cn = reinterpret_cast<const char*>(c + i + (j + 2 * NR) * ldc);
+      // With short k a tile is over before its own C prefetch lands: fetch the next
+      // column panel's C tile as well (full panels only; the tail tiles fetch their own).
+      // One panel ahead is enough; further ahead the lines crowd the first-level cache.
+      if (k < VRX_L3_SHORT_K && j + 2 * NR <= n) {
+        const char* cn = reinterpret_cast<const char*>(c + i + (j + NR) * ldc);
         for (int col = 0; col < NR; ++col, cn += ldc * 8) {
           for (vrx_int p = 0; p < h * 8; p += 64) __builtin_prefetch(cn + p, 1, 3);
           __builtin_prefetch(cn + h * 8 - 1, 1, 3);
