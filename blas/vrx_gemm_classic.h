@@ -191,7 +191,8 @@ void vrx_gemm_classic_base(vrx_gemm_split* base, int strategy, int compute_road,
 void vrx_gemm_classic_fork(const vrx_gemm_split* base, const vrx_gemm_classic_args* args, int t);
 
 // ---- for tests ----
-// What the last threaded call decided, written by its thread 0.
+// What the calling thread's last call of the classic road decided (one record per
+// thread; thread 0 of the team, which is the caller, writes it).
 struct vrx_gemm_classic_trace {
   int strategy;
   int compute_road;
