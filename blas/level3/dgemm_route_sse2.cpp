@@ -68,20 +68,14 @@ int vrx_blas_dgemm_sse2_blocked(int set, int a_trans, int b_trans, vrx_int m, vr
 
 // The other vendor's family 10h and FMA4 processors have routes of their own on CPU
 // type 0; they run the same arithmetic as the plain route.
-// The answer never changes within a process: every racer stores the same value.
+// The answer never changes within a process: remembered once.
 int vrx_blas_dgemm_sse2_amd_route() {
-  static int cached = -1;
-  int route = __atomic_load_n(&cached, __ATOMIC_RELAXED);
-  if (route >= 0) return route;
-  route = VRX_SSE2_ROUTE_PLAIN;
-  if (vrx_serv_cpu_detect() == VRX_CPU_SSE2) {
-    if (vrx_serv_amd_family10())
-      route = VRX_SSE2_ROUTE_FAMILY10;
-    else if (vrx_serv_amd_fma4())
-      route = VRX_SSE2_ROUTE_FMA4;
-  }
-  __atomic_store_n(&cached, route, __ATOMIC_RELAXED);
-  return route;
+  static std::int32_t cached = -1;
+  return vrx_serv_remember(&cached, [] {
+    if (vrx_serv_cpu_detect() != VRX_CPU_SSE2) return int{VRX_SSE2_ROUTE_PLAIN};
+    if (vrx_serv_amd_family10()) return int{VRX_SSE2_ROUTE_FAMILY10};
+    return int{vrx_serv_amd_fma4() ? VRX_SSE2_ROUTE_FMA4 : VRX_SSE2_ROUTE_PLAIN};
+  });
 }
 
 namespace {

@@ -44,22 +44,14 @@ const vrx_gemm_row* vrx_gemm_row_ssse3(int with_sse41) { return with_sse41 ? &ss
 
 namespace {
 // The processor queries behind a row choice are slow (some run cpuid) and never
-// change within a process: every racer stores the same answer.
-int remembered(int* slot, int (*query)()) {
-  int v = __atomic_load_n(slot, __ATOMIC_RELAXED);
-  if (v < 0) {
-    v = query();
-    __atomic_store_n(slot, v, __ATOMIC_RELAXED);
-  }
-  return v;
-}
-int sse42_submodel66 = -1;
-int ssse3_with_sse41 = -1;
+// change within a process: remembered once.
+std::int32_t sse42_submodel66 = -1;
+std::int32_t ssse3_with_sse41 = -1;
 }  // namespace
 
 const vrx_gemm_row* vrx_gemm_row_sse42_here() {
-  return vrx_gemm_row_sse42(remembered(&sse42_submodel66, [] { return vrx_serv_cpu_code() == 66 ? 1 : 0; }));
+  return vrx_gemm_row_sse42(vrx_serv_remember(&sse42_submodel66, [] { return vrx_serv_cpu_code() == 66 ? 1 : 0; }));
 }
 int vrx_gemm_ssse3_has_sse41_here() {
-  return remembered(&ssse3_with_sse41, [] { return vrx_serv_has_sse41_gate() ? 1 : 0; });
+  return vrx_serv_remember(&ssse3_with_sse41, [] { return vrx_serv_has_sse41_gate() ? 1 : 0; });
 }
