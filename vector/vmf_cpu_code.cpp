@@ -4,8 +4,8 @@
 #include "vector/vrx_vmf.h"
 
 namespace {
-// -1 until the first answer; every racer stores the same value.
-int cached_code = -1;
+// -1 until the first answer.
+std::int32_t cached_code = -1;
 
 constexpr int refused = -1;
 
@@ -77,18 +77,15 @@ vrx_vmf_features vrx_vmf_read_features() {
 }
 
 int vrx_vmf_cpu_code() {
-  const int known = __atomic_load_n(&cached_code, __ATOMIC_RELAXED);
-  if (known >= 0) return known;
-  char name[32];
-  vrx_vmf_cpu_code_variable(name);
-  char value[16];
-  int code = vrx_serv_getenv(name, value, sizeof value) > 0 ? vrx_vmf_override_code(value) : refused;
-  if (code == refused) {
+  return vrx_serv_remember(&cached_code, [] {
+    char name[32];
+    vrx_vmf_cpu_code_variable(name);
+    char value[16];
+    const int code = vrx_serv_getenv(name, value, sizeof value) > 0 ? vrx_vmf_override_code(value) : refused;
+    if (code != refused) return code;
     const int w = vrx_vmf_branch_code(vrx_serv_cbwr_get(1));
-    code = vrx_vmf_code_from_features(vrx_vmf_read_features(), w);
-  }
-  __atomic_store_n(&cached_code, code, __ATOMIC_RELAXED);
-  return code;
+    return vrx_vmf_code_from_features(vrx_vmf_read_features(), w);
+  });
 }
 
 int vrx_vmf_row(int code) {
