@@ -158,25 +158,49 @@ void gemm_packed_kernel(vrx_int m, vrx_int n, vrx_int k, const double* apack, co
   }
 }
 
+// One panel of H lines by kb steps of k. Across: the H values of one step lie
+// consecutive in the source (a stored column); otherwise each line's kb values do (a
+// stored row), and pairs of lines and steps are transposed two by two so that loads
+// and stores stay whole vectors.
+template <int H, bool Across>
+[[gnu::always_inline]] inline void gemm_pack_panel(vrx_int kb, double factor, const double* __restrict src,
+                                                   vrx_int ld, double* __restrict out) {
+  if constexpr (Across) {
+    for (vrx_int l = 0; l < kb; ++l) {
+      const double* s = src + l * ld;
+      for (int r = 0; r < H; ++r) out[l * H + r] = factor * s[r];
+    }
+  } else {
+    vrx_int l = 0;
+    if constexpr (H % 2 == 0) {
+      const gemm_v2 f = gemm_splat<gemm_v2>(factor);
+      for (; l + 2 <= kb; l += 2)
+        for (int r = 0; r < H; r += 2) {
+          const gemm_v2 x = gemm_load<gemm_v2>(src + r * ld + l), y = gemm_load<gemm_v2>(src + (r + 1) * ld + l);
+          gemm_store(out + l * H + r, f * __builtin_shufflevector(x, y, 0, 2));
+          gemm_store(out + (l + 1) * H + r, f * __builtin_shufflevector(x, y, 1, 3));
+        }
+    }
+    for (; l < kb; ++l)
+      for (int r = 0; r < H; ++r) out[l * H + r] = factor * src[r * ld + l];
+  }
+}
+
 // Packing: `extent` rows of op(A) (or columns of op(B)) by kb steps of k, in panels
 // of P then the bits of the remainder. Across: the packed index runs along the
 // stored column (A as stored, B transposed); otherwise along the stored row.
 template <int P, bool Across>
 void gemm_pack(vrx_int extent, vrx_int kb, double factor, const double* src, vrx_int ld, double* out) {
+  const vrx_int line_step = Across ? 1 : ld;
   for (vrx_int i = 0; i < extent;) {
     const vrx_int h = vrx_gemm_panel_extent(i, extent, P);
+    const double* s = src + i * line_step;
     double* o = out + i * kb;
-    if constexpr (Across) {
-      for (vrx_int l = 0; l < kb; ++l) {
-        const double* s = src + i + l * ld;
-        for (vrx_int r = 0; r < h; ++r) o[l * h + r] = factor * s[r];
-      }
-    } else {
-      for (vrx_int r = 0; r < h; ++r) {
-        const double* s = src + (i + r) * ld;
-        for (vrx_int l = 0; l < kb; ++l) o[l * h + r] = factor * s[l];
-      }
-    }
+    // Tails are powers of two below P; each extent gets its own unrolled copy.
+    if (h == P) gemm_pack_panel<P, Across>(kb, factor, s, ld, o);
+    else if (h == 4) gemm_pack_panel<(P > 4 ? 4 : 1), Across>(kb, factor, s, ld, o);
+    else if (h == 2) gemm_pack_panel<(P > 2 ? 2 : 1), Across>(kb, factor, s, ld, o);
+    else gemm_pack_panel<1, Across>(kb, factor, s, ld, o);
     i += h;
   }
 }
