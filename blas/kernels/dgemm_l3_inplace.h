@@ -134,37 +134,63 @@ void vrx_ip_gemm(const char* transa, const char* transb, const vrx_int* m_, cons
   }
 }
 
+// Vector registers of the class this copy is compiled for.
+#if defined(__AVX512F__)
+constexpr int vrx_ip_vector_registers = 32;
+#else
+constexpr int vrx_ip_vector_registers = 16;
+#endif
+
+// J columns of C += alpha A op(B) for one vector of rows, A's K vectors in registers.
+// Each column sums its even and its odd steps apart; taking J columns together gives
+// 2 J independent chains, enough to keep the multiply-add units busy. Every B value
+// is addressed from one pointer per column (B plain) or per step (B transposed) plus a
+// constant, so the loop needs no spilled offsets.
+template <class V, int K, int J, bool BT>
+[[gnu::always_inline]] inline void vrx_ip_tiny_columns(const typename V::type (&av)[K], typename V::type va,
+                                                       const double* b, vrx_int ldb, double* c, vrx_int ldc) {
+  typename V::type even[J], odd[J];
+  for (int q = 0; q < J; ++q) even[q] = odd[q] = V::zero();
+  for (int l = 0; l < K; ++l)
+    for (int q = 0; q < J; ++q) {
+      const typename V::type bv = V::bcast(BT ? b + l * ldb + q : b + q * ldb + l);
+      if (l % 2 == 0) even[q] = V::fma(av[l], bv, even[q]);
+      else odd[q] = V::fma(av[l], bv, odd[q]);
+    }
+  for (int q = 0; q < J; ++q) {
+    double* p = c + q * ldc;
+    V::store(p, V::fma(va, V::add(even[q], odd[q]), V::load(p)));
+  }
+}
+
 // k = K fixed, m and n at most 10, beta = 1: C += alpha op(A) op(B), with A stored
 // plainly (rows contiguous). Whole vectors of rows first, then the halves down to single
-// rows: A's K vectors stay in registers across the columns, and two accumulators halve
-// the dependent chain of each column.
-template <class V, int K>
-void vrx_ip_tiny_rows(bool bt, vrx_int m, vrx_int n, double alpha, const double* a, vrx_int lda, const double* b,
-                      vrx_int ldb, double* c, vrx_int ldc) {
+// rows. Columns go in groups as wide as the
+// registers left beside A's K vectors allow.
+template <class V, int K, bool BT>
+void vrx_ip_tiny_rows(vrx_int m, vrx_int n, double alpha, const double* a, vrx_int lda,
+                      const double* b, vrx_int ldb, double* c, vrx_int ldc) {
   constexpr int W = V::width;
+  constexpr int spare = (vrx_ip_vector_registers - K - 2) / 2;
+  constexpr int J = spare >= 4 ? 4 : (spare >= 2 ? 2 : 1);
+  const vrx_int step_j = BT ? 1 : ldb;
   const typename V::type va = V::set(alpha);
   vrx_int i0 = 0;
   for (; i0 + W <= m; i0 += W) {
     typename V::type av[K];
     for (int l = 0; l < K; ++l) av[l] = V::load(a + i0 + l * lda);
-    for (vrx_int j = 0; j < n; ++j) {
-      typename V::type even = V::zero(), odd = V::zero();
-      for (int l = 0; l < K; ++l) {
-        const typename V::type bv = V::bcast(bt ? b + j + l * ldb : b + l + j * ldb);
-        if (l % 2 == 0) even = V::fma(av[l], bv, even);
-        else odd = V::fma(av[l], bv, odd);
-      }
-      double* p = c + i0 + j * ldc;
-      V::store(p, V::fma(va, V::add(even, odd), V::load(p)));
-    }
+    vrx_int j = 0;
+    for (; j + J <= n; j += J)
+      vrx_ip_tiny_columns<V, K, J, BT>(av, va, b + j * step_j, ldb, c + i0 + j * ldc, ldc);
+    for (; j < n; ++j) vrx_ip_tiny_columns<V, K, 1, BT>(av, va, b + j * step_j, ldb, c + i0 + j * ldc, ldc);
   }
   if constexpr (!std::is_void_v<typename V::half>)
-    if (i0 < m) vrx_ip_tiny_rows<typename V::half, K>(bt, m - i0, n, alpha, a + i0, lda, b, ldb, c + i0, ldc);
+    if (i0 < m) vrx_ip_tiny_rows<typename V::half, K, BT>(m - i0, n, alpha, a + i0, lda, b, ldb, c + i0, ldc);
 }
 
-template <class V, int K>
-void vrx_ip_tiny(bool at, bool bt, vrx_int m, vrx_int n, double alpha, const double* a, vrx_int lda,
-                 const double* b, vrx_int ldb, double* c, vrx_int ldc) {
+template <class V, int K, bool BT>
+void vrx_ip_tiny(bool at, vrx_int m, vrx_int n, double alpha, const double* a, vrx_int lda, const double* b,
+                 vrx_int ldb, double* c, vrx_int ldc) {
   if (at) {
     // A transposed: its rows are contiguous along k. Ten rows at a time (all of them on
     // the tiny road) are copied into plain order on the stack and take the vector road.
@@ -174,11 +200,18 @@ void vrx_ip_tiny(bool at, bool bt, vrx_int m, vrx_int n, double alpha, const dou
       const vrx_int mb = m - i0 < rows ? m - i0 : rows;
       for (vrx_int i = 0; i < mb; ++i)
         for (int l = 0; l < K; ++l) plain[i + l * mb] = a[l + (i0 + i) * lda];
-      vrx_ip_tiny_rows<V, K>(bt, mb, n, alpha, plain, mb, b, ldb, c + i0, ldc);
+      vrx_ip_tiny_rows<V, K, BT>(mb, n, alpha, plain, mb, b, ldb, c + i0, ldc);
     }
     return;
   }
-  vrx_ip_tiny_rows<V, K>(bt, m, n, alpha, a, lda, b, ldb, c, ldc);
+  vrx_ip_tiny_rows<V, K, BT>(m, n, alpha, a, lda, b, ldb, c, ldc);
+}
+
+template <class V, int K>
+void vrx_ip_tiny_any(bool at, bool bt, vrx_int m, vrx_int n, double alpha, const double* a, vrx_int lda,
+                     const double* b, vrx_int ldb, double* c, vrx_int ldc) {
+  if (bt) vrx_ip_tiny<V, K, true>(at, m, n, alpha, a, lda, b, ldb, c, ldc);
+  else vrx_ip_tiny<V, K, false>(at, m, n, alpha, a, lda, b, ldb, c, ldc);
 }
 
 template <class V>
@@ -190,16 +223,16 @@ void vrx_ip_tiny_k(const char* transa, const char* transb, const vrx_int* m_, co
   const double alpha = *alpha_;
   if (m < 1 || n < 1 || alpha == 0.0) return;
   switch (*k_) {
-    case 1: vrx_ip_tiny<V, 1>(at, bt, m, n, alpha, a, lda, b, ldb, c, ldc); break;
-    case 2: vrx_ip_tiny<V, 2>(at, bt, m, n, alpha, a, lda, b, ldb, c, ldc); break;
-    case 3: vrx_ip_tiny<V, 3>(at, bt, m, n, alpha, a, lda, b, ldb, c, ldc); break;
-    case 4: vrx_ip_tiny<V, 4>(at, bt, m, n, alpha, a, lda, b, ldb, c, ldc); break;
-    case 5: vrx_ip_tiny<V, 5>(at, bt, m, n, alpha, a, lda, b, ldb, c, ldc); break;
-    case 6: vrx_ip_tiny<V, 6>(at, bt, m, n, alpha, a, lda, b, ldb, c, ldc); break;
-    case 7: vrx_ip_tiny<V, 7>(at, bt, m, n, alpha, a, lda, b, ldb, c, ldc); break;
-    case 8: vrx_ip_tiny<V, 8>(at, bt, m, n, alpha, a, lda, b, ldb, c, ldc); break;
-    case 9: vrx_ip_tiny<V, 9>(at, bt, m, n, alpha, a, lda, b, ldb, c, ldc); break;
-    case 10: vrx_ip_tiny<V, 10>(at, bt, m, n, alpha, a, lda, b, ldb, c, ldc); break;
+    case 1: vrx_ip_tiny_any<V, 1>(at, bt, m, n, alpha, a, lda, b, ldb, c, ldc); break;
+    case 2: vrx_ip_tiny_any<V, 2>(at, bt, m, n, alpha, a, lda, b, ldb, c, ldc); break;
+    case 3: vrx_ip_tiny_any<V, 3>(at, bt, m, n, alpha, a, lda, b, ldb, c, ldc); break;
+    case 4: vrx_ip_tiny_any<V, 4>(at, bt, m, n, alpha, a, lda, b, ldb, c, ldc); break;
+    case 5: vrx_ip_tiny_any<V, 5>(at, bt, m, n, alpha, a, lda, b, ldb, c, ldc); break;
+    case 6: vrx_ip_tiny_any<V, 6>(at, bt, m, n, alpha, a, lda, b, ldb, c, ldc); break;
+    case 7: vrx_ip_tiny_any<V, 7>(at, bt, m, n, alpha, a, lda, b, ldb, c, ldc); break;
+    case 8: vrx_ip_tiny_any<V, 8>(at, bt, m, n, alpha, a, lda, b, ldb, c, ldc); break;
+    case 9: vrx_ip_tiny_any<V, 9>(at, bt, m, n, alpha, a, lda, b, ldb, c, ldc); break;
+    case 10: vrx_ip_tiny_any<V, 10>(at, bt, m, n, alpha, a, lda, b, ldb, c, ldc); break;
     default: break;
   }
 }
