@@ -90,38 +90,56 @@ inline int vrx_l3_tile_slot(vrx_int extent, vrx_int register_extent) {
 // Below this k a tile's k loop is shorter than a trip to memory for its C tile.
 constexpr vrx_int VRX_L3_SHORT_K = 192;
 
-// Walks row panels (outer) and column panels (inner) of packed A and B over C.
+// Bytes of an A panel slice that stay in the first-level cache while every column
+// panel of a row passes it. A panel of more than twice as many bytes would be fetched
+// again from L2 for each column panel; the row is then walked in slices of k, and C
+// is updated once per slice. (Up to twice the size the extra C updates cost more than
+// the refetches.)
+constexpr vrx_int VRX_L3_A_SLICE_BYTES = 24576;
+
+// Walks row panels (outer), slices of k, then column panels (inner) of packed A and B
+// over C. The first slice runs the `first` tiles (store or accumulate, by beta), the
+// later ones accumulate.
 template <int MR, int NR, int ROW_SLOTS, int COL_SLOTS>
-void vrx_l3_kernel_walk(const vrx_l3_tile_fn (&tiles)[ROW_SLOTS][COL_SLOTS], vrx_int m, vrx_int n, vrx_int k,
+void vrx_l3_kernel_walk(const vrx_l3_tile_fn (&first)[ROW_SLOTS][COL_SLOTS],
+                        const vrx_l3_tile_fn (&add)[ROW_SLOTS][COL_SLOTS], vrx_int m, vrx_int n, vrx_int k,
                         const double* a, const double* b, double* c, vrx_int ldc) {
   if (m < 1 || n < 1 || k < 1) return;
+  constexpr vrx_int slice_limit = VRX_L3_A_SLICE_BYTES / (MR * 8) / 4 * 4;
+  const vrx_int slices = k <= 2 * slice_limit ? 1 : (k + slice_limit - 1) / slice_limit;
+  const vrx_int slice_k = slices == 1 ? k : ((k + slices - 1) / slices + 3) / 4 * 4;
+  const vrx_int tiles_in_row = (n + NR - 1) / NR;
   for (vrx_int i = 0; i < m;) {
     const vrx_int h = vrx_l3_panel_extent(m - i, MR);
-    const vrx_l3_tile_fn* row = tiles[vrx_l3_tile_slot(h, MR)];
     const double* ap = a + i * k;
     // The next A panel is brought into L2 in equal slices while this one is in use,
-    // each tile spreading its slice over its k loop.
+    // each tile spreading its share over its k loop.
     const char* next_a = reinterpret_cast<const char*>(ap + h * k);
     const vrx_int next_lines = i + h < m ? (vrx_l3_panel_extent(m - i - h, MR) * k * 8 + 63) / 64 : 0;
-    const vrx_int tiles_in_row = (n + NR - 1) / NR;
-    const vrx_int slice = (next_lines + tiles_in_row - 1) / tiles_in_row;
-    for (vrx_int j = 0, line = 0; j < n;) {
-      const vrx_int w = vrx_l3_panel_extent(n - j, NR);
-      const vrx_int lines = line + slice < next_lines ? slice : next_lines - line;
-      const char* slice_start = next_a + 64 * line;
-      line += lines;
-      // With short k a tile is over before its own C prefetch lands: fetch the next
-      // column panel's C tile as well (full panels only; the tail tiles fetch their own).
-      // One panel ahead is enough; further ahead the lines crowd the first-level cache.
-      if (k < VRX_L3_SHORT_K && j + 2 * NR <= n) {
-        const char* cn = reinterpret_cast<const char*>(c + i + (j + NR) * ldc);
-        for (int col = 0; col < NR; ++col, cn += ldc * 8) {
-          for (vrx_int p = 0; p < h * 8; p += 64) __builtin_prefetch(cn + p, 1, 3);
-          __builtin_prefetch(cn + h * 8 - 1, 1, 3);
+    const vrx_int share = (next_lines + tiles_in_row * slices - 1) / (tiles_in_row * slices);
+    vrx_int line = 0;
+    for (vrx_int l0 = 0; l0 < k; l0 += slice_k) {
+      const vrx_int kb = slice_k < k - l0 ? slice_k : k - l0;
+      const vrx_l3_tile_fn* row = (l0 == 0 ? first : add)[vrx_l3_tile_slot(h, MR)];
+      for (vrx_int j = 0; j < n;) {
+        const vrx_int w = vrx_l3_panel_extent(n - j, NR);
+        const vrx_int lines = line + share < next_lines ? share : next_lines - line;
+        const char* share_start = next_a + 64 * line;
+        line += lines;
+        // With short k a tile is over before its own C prefetch lands: fetch the next
+        // column panel's C tile as well (full panels only; the tail tiles fetch their own).
+        // One panel ahead is enough; further ahead the lines crowd the first-level cache.
+        if (kb < VRX_L3_SHORT_K && j + 2 * NR <= n) {
+          const char* cn = reinterpret_cast<const char*>(c + i + (j + NR) * ldc);
+          for (int col = 0; col < NR; ++col, cn += ldc * 8) {
+            for (vrx_int p = 0; p < h * 8; p += 64) __builtin_prefetch(cn + p, 1, 3);
+            __builtin_prefetch(cn + h * 8 - 1, 1, 3);
+          }
         }
+        // A slice of panel (h by k) starts l0 * h on, of a B panel (w by k) l0 * w on.
+        row[vrx_l3_tile_slot(w, NR)](kb, ap + l0 * h, b + j * k + l0 * w, c + i + j * ldc, ldc, share_start, lines);
+        j += w;
       }
-      row[vrx_l3_tile_slot(w, NR)](k, ap, b + j * k, c + i + j * ldc, ldc, slice_start, lines);
-      j += w;
     }
     i += h;
   }
@@ -133,7 +151,7 @@ namespace {
 template <int MR, int NR, int RS, int CS, const vrx_l3_tile_fn (&ADD)[RS][CS], const vrx_l3_tile_fn (&STORE)[RS][CS]>
 void vrx_l3_kernel_entry(vrx_int m, vrx_int n, vrx_int k, const double* a, const double* b, double* c,
                          vrx_int ldc, double beta) {
-  if (beta == 0.0) vrx_l3_kernel_walk<MR, NR>(STORE, m, n, k, a, b, c, ldc);
-  else vrx_l3_kernel_walk<MR, NR>(ADD, m, n, k, a, b, c, ldc);
+  if (beta == 0.0) vrx_l3_kernel_walk<MR, NR>(STORE, ADD, m, n, k, a, b, c, ldc);
+  else vrx_l3_kernel_walk<MR, NR>(ADD, ADD, m, n, k, a, b, c, ldc);
 }
 }  // namespace
