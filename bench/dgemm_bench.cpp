@@ -63,13 +63,20 @@ int main(int argc, char** argv) {
     if (!std::strcmp(argv[i], "--worker")) worker = true;
   }
   const std::vector<shape> list = shapes(full);
-  if (worker) {  // runs under a forced CPU type: one GFLOPS figure per line
+  if (worker) {
+    // Runs under a forced CPU type: one GFLOPS figure per line, then the class peak
+    // measured in this process before and after them (the larger), so that the
+    // fraction of peak is taken at the clock these products ran at.
+    const int type = std::atoi(std::getenv("VRX_DEBUG_CPU_TYPE"));
+    const double peak_before = bench_measure_peak_for_type(type);
     for (const shape& s : list) std::printf("%.3f\n", measure(ours, s));
+    const double peak_after = bench_measure_peak_for_type(type);
+    std::printf("%.3f\n", peak_before > peak_after ? peak_before : peak_after);
     return 0;
   }
 
   const bench_peaks peaks = bench_measure_peaks();
-  std::printf("single-core peaks (GFLOPS): 128-bit mul+add %.1f, 256-bit mul+add %.1f, AVX2 FMA %.1f, AVX-512 FMA %.1f\n",
+  std::printf("single-core peaks at start (GFLOPS): 128-bit mul+add %.1f, 256-bit mul+add %.1f, AVX2 FMA %.1f, AVX-512 FMA %.1f\n",
               peaks.sse2_mul_add, peaks.avx_mul_add, peaks.avx2_fma, peaks.avx512_fma);
   const std::vector<bench_peer> peers = bench_load_peers();
   std::vector<std::vector<double>> peer_rates(peers.size());
@@ -86,17 +93,24 @@ int main(int argc, char** argv) {
     const std::string out = bench_rerun_self(
         worker_args, {"VRX_DEBUG_CPU_TYPE=" + std::to_string(type), "VRX_NUM_THREADS=1",
                       std::string(type == 7 ? "VRX_ENABLE_INSTRUCTIONS=AVX512" : "VRX_ENABLE_INSTRUCTIONS=")});
-    const char* cursor = out.c_str();
-    for (size_t i = 0; i < list.size(); ++i) {
+    std::vector<double> rates;
+    for (const char* cursor = out.c_str();;) {
       char* end = nullptr;
-      const double rate = std::strtod(cursor, &end);
+      const double value = std::strtod(cursor, &end);
       if (end == cursor) break;
+      rates.push_back(value);
       cursor = end;
+    }
+    if (rates.size() != list.size() + 1) continue;
+    const double peak = rates.back();
+    std::printf("%-6d (class peak in this run: %.1f GFLOPS)\n", type, peak);
+    for (size_t i = 0; i < list.size(); ++i) {
+      const double rate = rates[i];
       const shape& s = list[i];
       char name[64];
       std::snprintf(name, sizeof name, "%s%s %dx%dx%d", letter(s.ta), letter(s.tb), s.m, s.n, s.k);
       double best_peer = 0.0;
-      std::printf("%-6d %-18s %9.2f %6.1f%%", type, name, rate, 100.0 * rate / bench_peak_for_type(peaks, type));
+      std::printf("%-6d %-18s %9.2f %6.1f%%", type, name, rate, 100.0 * rate / peak);
       for (size_t p = 0; p < peers.size(); ++p) {
         std::printf(" %9.2f", peer_rates[p][i]);
         if (peer_rates[p][i] > best_peer) best_peer = peer_rates[p][i];

@@ -106,6 +106,15 @@ bench_peaks bench_measure_peaks() {
   return p;
 }
 
+double bench_measure_peak_for_type(int cpu_type) {
+  switch (cpu_type) {
+    case 4: return peak_avx();
+    case 5: return peak_fma256();
+    case 7: return peak_fma512();
+    default: return peak_sse2();
+  }
+}
+
 double bench_peak_for_type(const bench_peaks& peaks, int cpu_type) {
   switch (cpu_type) {
     case 4: return peaks.avx_mul_add;

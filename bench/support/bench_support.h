@@ -69,6 +69,8 @@ struct bench_peaks {
 };
 bench_peaks bench_measure_peaks();
 // The peak that bounds a CPU type's kernels.
+// Measures the peak of the one class that CPU type `cpu_type` runs on.
+double bench_measure_peak_for_type(int cpu_type);
 double bench_peak_for_type(const bench_peaks& peaks, int cpu_type);
 bool bench_cpu_can_run_type(int cpu_type);
 
