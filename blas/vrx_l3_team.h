@@ -4,10 +4,20 @@
 #pragma once
 #include "blas/vrx_l3.h"
 
+// Work in units of the register block's flops per cycle: wider registers, cheaper work.
+// 2 m / d with d = 32 or 16 is an exact multiplication by a power of two (a division
+// would cost more than the whole of a tiny product's decision).
+inline double vrx_l3_team_cost(int cpu, vrx_int m, vrx_int n, vrx_int k) {
+  const double two_over_d = cpu == VRX_CPU_AVX512 ? 0.0625 : 0.125;
+  return (static_cast<double>(m) * two_over_d) * static_cast<double>(n) * static_cast<double>(k);
+}
+
 // Threads for an m by n by k product when `max_threads` may be used; 1 means sequential.
 int vrx_l3_team_thread_count(int cpu, vrx_int m, vrx_int n, vrx_int k, int max_threads);
-// 1 when the product is too small to fork at any thread count.
-int vrx_l3_team_one_thread_at_any_count(int cpu, vrx_int m, vrx_int n, vrx_int k);
+// True when the product is too small to fork at any thread count.
+inline bool vrx_l3_team_one_thread_at_any_count(int cpu, vrx_int m, vrx_int n, vrx_int k) {
+  return vrx_l3_team_cost(cpu, m, n, k) < 3000.0;
+}
 
 // Whether a small C (m, n at most 378) should rather split k among `threads` threads.
 bool vrx_l3_team_k_split_model(int threads, vrx_int m, vrx_int n, vrx_int k);

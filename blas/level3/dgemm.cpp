@@ -1,6 +1,7 @@
 // The GEMM entry: sorts each call into a road (nothing, GEMV, rank-one update,
 // the classic road or the team road) and hands it on. It decides nothing about numbers.
 #include "blas/vrx_blas.h"
+#include "blas/vrx_l3_team.h"
 #include "service/vrx_serv.h"
 
 namespace {
@@ -61,6 +62,9 @@ void vrx_blas_dgemm(const char* transa, const char* transb, const vrx_int* m, co
     vrx_blas_dgemm_classic(transa, transb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);
     return;
   }
-  if (!vrx_blas_dgemm_team_road(transa, transb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc))
+  // Below the smaller threshold of the cost model no thread count forks: straight to
+  // the sequential kernel, without setting up the team road.
+  if (vrx_l3_team_one_thread_at_any_count(vrx_serv_cpu_detect(), *m, *n, *k) ||
+      !vrx_blas_dgemm_team_road(transa, transb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc))
     vrx_blas_dgemm_sequential(transa, transb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);
 }

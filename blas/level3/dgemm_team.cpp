@@ -46,8 +46,6 @@ int vrx_blas_dgemm_team_road(const char* transa, const char* transb, const vrx_i
                              const vrx_int* k, const double* alpha, const double* a, const vrx_int* lda,
                              const double* b, const vrx_int* ldb, const double* beta, double* c,
                              const vrx_int* ldc) {
-  // Below the smaller threshold no thread count forks: skip asking the runtime.
-  if (vrx_l3_team_one_thread_at_any_count(vrx_serv_cpu_detect(), *m, *n, *k)) return 0;
   vrx_l3_team team;
   if (vrx_l3_team_plan(*m, *n, *k, &team) < 2) return 0;
   if (!vrx_l3_kernels_for(static_cast<int>(team.cpu))) return 0;

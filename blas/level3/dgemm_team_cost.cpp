@@ -2,24 +2,10 @@
 // small C is better served by splitting k among the threads.
 #include "blas/vrx_l3_team.h"
 
-namespace {
-// Work in units of the register block's flops per cycle: wider registers, cheaper work.
-double team_cost(int cpu, vrx_int m, vrx_int n, vrx_int k) {
-  // 2 m / d with d = 32 or 16, as an exact multiplication by a power of two (a division
-  // would cost more than the whole of a tiny product's decision).
-  const double two_over_d = cpu == VRX_CPU_AVX512 ? 0.0625 : 0.125;
-  return (static_cast<double>(m) * two_over_d) * static_cast<double>(n) * static_cast<double>(k);
-}
-}  // namespace
-
-int vrx_l3_team_one_thread_at_any_count(int cpu, vrx_int m, vrx_int n, vrx_int k) {
-  return team_cost(cpu, m, n, k) < 3000.0;
-}
-
 int vrx_l3_team_thread_count(int cpu, vrx_int m, vrx_int n, vrx_int k, int max_threads) {
   int t = max_threads;
   if (t < 2) return 1;
-  const double cost = team_cost(cpu, m, n, k);
+  const double cost = vrx_l3_team_cost(cpu, m, n, k);
   if (t <= 4) {
     if (cost < 3000.0) return 1;
     while (t > 1 && !((t - 1) * cost > t * 3000.0)) --t;
