@@ -6,6 +6,8 @@
 // Packed B: panels of width w hold, for each l, w consecutive values of op(B)(l, j..).
 // A panel starting at row i sits at a + i * k, a panel starting at column j at b + j * k.
 #pragma once
+#include <immintrin.h>
+
 #include "blas/vrx_l3.h"
 
 
@@ -80,6 +82,86 @@ void vrx_l3_tile(vrx_int k, const double* __restrict a, const double* __restrict
       if constexpr (STORE) V::store(p, acc[v][j]);
       else V::store(p, V::add(V::load(p), acc[v][j]));
     }
+}
+
+// The four-column pieces of a row vector.
+inline void vrx_l3_quarters(__m256d v, __m256d (&out)[1]) { out[0] = v; }
+#if defined(__AVX512F__)
+inline void vrx_l3_quarters(__m512d v, __m256d (&out)[2]) {
+  out[0] = _mm512_castpd512_pd256(v);
+  out[1] = _mm512_extractf64x4_pd(v, 1);
+}
+#endif
+
+// C(0 .. H - 1, 0 .. 3) (+)= the H rows given, each holding four columns: the rows are
+// turned into columns in registers, so C is read and written a column at a time.
+template <int H, bool STORE>
+[[gnu::always_inline]] inline void vrx_l3_put_rows(const __m256d (&rows)[H], double* c, vrx_int ldc) {
+  if constexpr (H == 4) {
+    const __m256d t0 = _mm256_unpacklo_pd(rows[0], rows[1]), t1 = _mm256_unpackhi_pd(rows[0], rows[1]),
+                  t2 = _mm256_unpacklo_pd(rows[2], rows[3]), t3 = _mm256_unpackhi_pd(rows[2], rows[3]);
+    const __m256d cols[4] = {_mm256_permute2f128_pd(t0, t2, 0x20), _mm256_permute2f128_pd(t1, t3, 0x20),
+                             _mm256_permute2f128_pd(t0, t2, 0x31), _mm256_permute2f128_pd(t1, t3, 0x31)};
+    for (int j = 0; j < 4; ++j) {
+      double* p = c + j * ldc;
+      _mm256_storeu_pd(p, STORE ? cols[j] : _mm256_add_pd(_mm256_loadu_pd(p), cols[j]));
+    }
+  } else if constexpr (H == 2) {
+    const __m256d t0 = _mm256_unpacklo_pd(rows[0], rows[1]), t1 = _mm256_unpackhi_pd(rows[0], rows[1]);
+    const __m128d cols[4] = {_mm256_castpd256_pd128(t0), _mm256_castpd256_pd128(t1), _mm256_extractf128_pd(t0, 1),
+                             _mm256_extractf128_pd(t1, 1)};
+    for (int j = 0; j < 4; ++j) {
+      double* p = c + j * ldc;
+      _mm_storeu_pd(p, STORE ? cols[j] : _mm_add_pd(_mm_loadu_pd(p), cols[j]));
+    }
+  } else {
+    alignas(32) double row[4];
+    _mm256_store_pd(row, rows[0]);
+    for (int j = 0; j < 4; ++j) c[j * ldc] = STORE ? row[j] : c[j * ldc] + row[j];
+  }
+}
+
+// A row tail of H = 1, 2 or 4 rows against a full column panel, computed across: each
+// accumulator holds one row of the C tile over the panel's VB::width columns (a row of
+// the packed B panel is one vector), so every multiply-add is full width where the
+// plain tile would run H-wide vectors or scalars. S sets of accumulators take
+// consecutive k steps, keeping eight chains in flight, and are summed pairwise at the end.
+template <class VB, int H, bool STORE>
+void vrx_l3_tile_across(vrx_int k, const double* __restrict a, const double* __restrict b, double* __restrict c,
+                        vrx_int ldc, const char* next, vrx_int next_lines) {
+  constexpr int NC = VB::width, S = 8 / H;
+  typename VB::type acc[S][H];
+  for (int q = 0; q < S; ++q)
+    for (int r = 0; r < H; ++r) acc[q][r] = VB::zero();
+  for (int j = 0; j < NC; ++j) {
+    __builtin_prefetch(c + j * ldc, 1, 3);
+    if constexpr (H > 1) __builtin_prefetch(c + j * ldc + H - 1, 1, 3);
+  }
+  vrx_int l = 0, line = 0;
+  for (; l + S <= k; l += S) {
+    if (line < next_lines) __builtin_prefetch(next + 64 * line++, 0, 2);
+    for (int q = 0; q < S; ++q) {
+      const typename VB::type bv = VB::load(b + (l + q) * NC);
+      for (int r = 0; r < H; ++r) acc[q][r] = VB::fma(VB::bcast(a + (l + q) * H + r), bv, acc[q][r]);
+    }
+  }
+  for (; line < next_lines; ++line) __builtin_prefetch(next + 64 * line, 0, 2);
+  for (; l < k; ++l) {
+    const typename VB::type bv = VB::load(b + l * NC);
+    for (int r = 0; r < H; ++r) acc[0][r] = VB::fma(VB::bcast(a + l * H + r), bv, acc[0][r]);
+  }
+  for (int step = 1; step < S; step *= 2)
+    for (int q = 0; q + step < S; q += 2 * step)
+      for (int r = 0; r < H; ++r) acc[q][r] = VB::add(acc[q][r], acc[q + step][r]);
+  // Back into columns, four at a time.
+  constexpr int P = NC / 4;
+  __m256d pieces[P][H];
+  for (int r = 0; r < H; ++r) {
+    __m256d halves[P];
+    vrx_l3_quarters(acc[0][r], halves);
+    for (int q = 0; q < P; ++q) pieces[q][r] = halves[q];
+  }
+  for (int q = 0; q < P; ++q) vrx_l3_put_rows<H, STORE>(pieces[q], c + 4 * q * ldc, ldc);
 }
 
 // Slot of a panel extent in a tile table: 0 for the register extent, 1 + log2 for tails.

@@ -176,6 +176,11 @@ TEST(DgemmL3Driver, EveryRowAndColumnTail) {
     }
     for (vrx_int n = 1; n <= 2 * nr + 7; ++n)
       l3_check(plain_for(cpu), {'T', 'N', mr + 5, n, 9, 0.5, n % 2 ? 1.0 : 0.0}, seed++);
+    // Row tails below 8 rows over longer k: several rounds of the split accumulators,
+    // a remainder, and the next panel fetched while the tail runs.
+    for (vrx_int tail = 1; tail < 8; ++tail)
+      for (vrx_int k : {37, 131})
+        l3_check(plain_for(cpu), {'N', 'N', mr + tail, 2 * nr + 1, k, 0.75, tail % 2 ? 0.0 : 2.0}, seed++);
     if (HasFailure()) return;
   }
 }

@@ -6,17 +6,23 @@ namespace {
 constexpr int mr = 12, nr = 4;
 constexpr int ahead = 768;  // bytes of A ahead of the k loop (B: half of it)
 
-// Row slots: 12, then tails 1, 2, 4, 8. Column slots: 4, then tails 1, 2.
+// Row slots: 12, then tails 1, 2, 4, 8. Column slots: 4, then tails 1, 2. Row tails of
+// 1 and 2 against a full column panel are computed across the columns (for 4 rows the
+// plain tile measured faster here).
 #define VRX_TILE_ROW(V, NV, S, AH) \
   { vrx_l3_tile<V, NV, 4, S, AH>, vrx_l3_tile<V, NV, 1, S, 0>, vrx_l3_tile<V, NV, 2, S, 0> }
-#define VRX_TILE_TABLE(S)                                                                                  \
-  {                                                                                                       \
-    VRX_TILE_ROW(vrx_vec4, 3, S, ahead), VRX_TILE_ROW(vrx_vec1, 1, S, 0), VRX_TILE_ROW(vrx_vec2, 1, S, 0), \
-        VRX_TILE_ROW(vrx_vec4, 1, S, 0), VRX_TILE_ROW(vrx_vec4, 2, S, ahead)                               \
+#define VRX_TILE_ROW_ACROSS(V, H, S) \
+  { vrx_l3_tile_across<vrx_vec4, H, S>, vrx_l3_tile<V, 1, 1, S, 0>, vrx_l3_tile<V, 1, 2, S, 0> }
+#define VRX_TILE_TABLE(S)                                                                              \
+  {                                                                                                   \
+    VRX_TILE_ROW(vrx_vec4, 3, S, ahead), VRX_TILE_ROW_ACROSS(vrx_vec1, 1, S),                         \
+        VRX_TILE_ROW_ACROSS(vrx_vec2, 2, S), VRX_TILE_ROW(vrx_vec4, 1, S, 0),                            \
+        VRX_TILE_ROW(vrx_vec4, 2, S, ahead)                                                            \
   }
 constexpr vrx_l3_tile_fn tiles_add[5][3] = VRX_TILE_TABLE(false);
 constexpr vrx_l3_tile_fn tiles_store[5][3] = VRX_TILE_TABLE(true);
 #undef VRX_TILE_TABLE
+#undef VRX_TILE_ROW_ACROSS
 #undef VRX_TILE_ROW
 }  // namespace
 
