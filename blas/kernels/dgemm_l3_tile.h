@@ -8,6 +8,7 @@
 #pragma once
 #include <immintrin.h>
 
+#include "blas/kernels/prefetch_tile.h"
 #include "blas/vrx_l3.h"
 
 
@@ -39,12 +40,7 @@ void vrx_l3_tile(vrx_int k, const double* __restrict a, const double* __restrict
   typename V::type acc[NV][NC];
   for (int v = 0; v < NV; ++v)
     for (int j = 0; j < NC; ++j) acc[v][j] = V::zero();
-  // Every cache line of the C tile, fetched now and needed only after the k loop.
-  for (int j = 0; j < NC; ++j) {
-    const char* cj = reinterpret_cast<const char*>(c + j * ldc);
-    for (int p = 0; p < R * 8; p += 64) __builtin_prefetch(cj + p, 1, 3);
-    if constexpr (R > 8) __builtin_prefetch(cj + R * 8 - 1, 1, 3);
-  }
+  vrx_prefetch_c_tile<R, NC>(c, ldc);
 
   vrx_int l = 0, line = 0;
   if constexpr (AHEAD > 0) {
@@ -133,10 +129,7 @@ void vrx_l3_tile_across(vrx_int k, const double* __restrict a, const double* __r
   typename VB::type acc[S][H];
   for (int q = 0; q < S; ++q)
     for (int r = 0; r < H; ++r) acc[q][r] = VB::zero();
-  for (int j = 0; j < NC; ++j) {
-    __builtin_prefetch(c + j * ldc, 1, 3);
-    if constexpr (H > 1) __builtin_prefetch(c + j * ldc + H - 1, 1, 3);
-  }
+  vrx_prefetch_c_tile<H, NC>(c, ldc);
   vrx_int l = 0, line = 0;
   for (; l + S <= k; l += S) {
     if (line < next_lines) __builtin_prefetch(next + 64 * line++, 0, 2);

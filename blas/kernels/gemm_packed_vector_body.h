@@ -6,6 +6,7 @@
 #pragma once
 #include <cstring>
 #include <type_traits>
+#include "blas/kernels/prefetch_tile.h"
 #include "blas/vrx_gemm_packed.h"
 #include "blas/vrx_scale_matrix.h"
 
@@ -75,12 +76,7 @@ template <int H, int W>
   V acc[W][MV];
   for (int j = 0; j < W; ++j)
     for (int v = 0; v < MV; ++v) acc[j][v] = gemm_splat<V>(0.0);
-  // The C tile is needed only after the k loop: start fetching its lines now (both
-  // ends of each column, which may straddle two lines).
-  for (int j = 0; j < W; ++j) {
-    __builtin_prefetch(c + j * ldc, 1, 3);
-    if constexpr (H > 1) __builtin_prefetch(c + j * ldc + H - 1, 1, 3);
-  }
+  vrx_prefetch_c_tile<H, W>(c, ldc);
 #pragma clang loop unroll_count(4)
   for (vrx_int l = 0; l < k; ++l) {
     V av[MV];
