@@ -33,13 +33,18 @@ template <class V, int NV, int NC>
 
 // C tile (+)= A panel * B panel. STORE writes without reading C. AHEAD is the distance in
 // bytes of the software prefetch inside the k loop (0: none; tails rely on the hardware).
+// A tail tile with fewer than eight accumulators would wait on each multiply-add before
+// the next of its chain: it keeps S sets over consecutive k steps instead (2 from four
+// accumulators, 4 below), summed pairwise after the loop.
 template <class V, int NV, int NC, bool STORE, int AHEAD>
 void vrx_l3_tile(vrx_int k, const double* __restrict a, const double* __restrict b, double* __restrict c,
                  vrx_int ldc, const char* next, vrx_int next_lines) {
-  constexpr int R = NV * V::width;
-  typename V::type acc[NV][NC];
-  for (int v = 0; v < NV; ++v)
-    for (int j = 0; j < NC; ++j) acc[v][j] = V::zero();
+  constexpr int R = NV * V::width, CHAINS = NV * NC;
+  constexpr int S = AHEAD > 0 || CHAINS >= 8 ? 1 : (CHAINS >= 4 ? 2 : 4);
+  typename V::type acc[S][NV][NC];
+  for (int q = 0; q < S; ++q)
+    for (int v = 0; v < NV; ++v)
+      for (int j = 0; j < NC; ++j) acc[q][v][j] = V::zero();
   vrx_prefetch_c_tile<R, NC>(c, ldc);
 
   vrx_int l = 0, line = 0;
@@ -56,27 +61,31 @@ void vrx_l3_tile(vrx_int k, const double* __restrict a, const double* __restrict
       const char* pb = reinterpret_cast<const char*>(b + NC * l) + AHEAD / 2;
       for (int p = 0; p < a_lines; ++p) __builtin_prefetch(pa + 64 * p, 0, 3);
       for (int p = 0; p < b_lines; ++p) __builtin_prefetch(pb + 64 * p, 0, 3);
-      vrx_l3_tile_step<V, NV, NC>(acc, a + R * l, b + NC * l);
-      vrx_l3_tile_step<V, NV, NC>(acc, a + R * (l + 1), b + NC * (l + 1));
-      vrx_l3_tile_step<V, NV, NC>(acc, a + R * (l + 2), b + NC * (l + 2));
-      vrx_l3_tile_step<V, NV, NC>(acc, a + R * (l + 3), b + NC * (l + 3));
+      vrx_l3_tile_step<V, NV, NC>(acc[0], a + R * l, b + NC * l);
+      vrx_l3_tile_step<V, NV, NC>(acc[0], a + R * (l + 1), b + NC * (l + 1));
+      vrx_l3_tile_step<V, NV, NC>(acc[0], a + R * (l + 2), b + NC * (l + 2));
+      vrx_l3_tile_step<V, NV, NC>(acc[0], a + R * (l + 3), b + NC * (l + 3));
     }
   }
   for (; line < next_lines; ++line) __builtin_prefetch(next + 64 * line, 0, 2);
   // Last steps: the same without prefetches past the panels.
   for (; l + 4 <= k; l += 4) {
-    vrx_l3_tile_step<V, NV, NC>(acc, a + R * l, b + NC * l);
-    vrx_l3_tile_step<V, NV, NC>(acc, a + R * (l + 1), b + NC * (l + 1));
-    vrx_l3_tile_step<V, NV, NC>(acc, a + R * (l + 2), b + NC * (l + 2));
-    vrx_l3_tile_step<V, NV, NC>(acc, a + R * (l + 3), b + NC * (l + 3));
+    vrx_l3_tile_step<V, NV, NC>(acc[0], a + R * l, b + NC * l);
+    vrx_l3_tile_step<V, NV, NC>(acc[1 % S], a + R * (l + 1), b + NC * (l + 1));
+    vrx_l3_tile_step<V, NV, NC>(acc[2 % S], a + R * (l + 2), b + NC * (l + 2));
+    vrx_l3_tile_step<V, NV, NC>(acc[3 % S], a + R * (l + 3), b + NC * (l + 3));
   }
-  for (; l < k; ++l) vrx_l3_tile_step<V, NV, NC>(acc, a + R * l, b + NC * l);
+  for (; l < k; ++l) vrx_l3_tile_step<V, NV, NC>(acc[0], a + R * l, b + NC * l);
+  for (int step = 1; step < S; step *= 2)
+    for (int q = 0; q + step < S; q += 2 * step)
+      for (int v = 0; v < NV; ++v)
+        for (int j = 0; j < NC; ++j) acc[q][v][j] = V::add(acc[q][v][j], acc[q + step][v][j]);
 
   for (int j = 0; j < NC; ++j)
     for (int v = 0; v < NV; ++v) {
       double* p = c + j * ldc + v * V::width;
-      if constexpr (STORE) V::store(p, acc[v][j]);
-      else V::store(p, V::add(V::load(p), acc[v][j]));
+      if constexpr (STORE) V::store(p, acc[0][v][j]);
+      else V::store(p, V::add(V::load(p), acc[0][v][j]));
     }
 }
 
