@@ -165,8 +165,7 @@ template <class V, int K, int J, bool BT>
 
 // k = K fixed, m and n at most 10, beta = 1: C += alpha op(A) op(B), with A stored
 // plainly (rows contiguous). Whole vectors of rows first, then the halves down to single
-// rows. Columns go in groups as wide as the
-// registers left beside A's K vectors allow.
+// rows. Columns go in groups as wide as the registers left beside A's K vectors allow.
 template <class V, int K, bool BT>
 void vrx_ip_tiny_rows(vrx_int m, vrx_int n, double alpha, const double* a, vrx_int lda,
                       const double* b, vrx_int ldb, double* c, vrx_int ldc) {
