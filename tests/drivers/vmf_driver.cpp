@@ -33,7 +33,7 @@ const char* kernel_name(vrx_vmf_dkernel k) {
 
 std::vector<double> values(int n, double scale) {
   std::vector<double> v(n);
-  for (int i = 0; i < n; ++i) v[i] = scale * ((i * 7919) % 1000 - 500) / 3.0;
+  for (int i = 0; i < n; ++i) v[i] = scale * (static_cast<long long>(i) * 7919 % 1000 - 500) / 3.0;
   return v;
 }
 
