@@ -67,7 +67,8 @@ int main(int argc, char** argv) {
     // Runs under a forced CPU type: one GFLOPS figure per line, then the class peak
     // measured in this process before and after them (the larger), so that the
     // fraction of peak is taken at the clock these products ran at.
-    const int type = std::atoi(std::getenv("VRX_DEBUG_CPU_TYPE"));
+    const char* forced = std::getenv("VRX_DEBUG_CPU_TYPE");
+    const int type = forced ? std::atoi(forced) : 0;
     const double peak_before = bench_measure_peak_for_type(type);
     for (const shape& s : list) std::printf("%.3f\n", measure(ours, s));
     const double peak_after = bench_measure_peak_for_type(type);

@@ -97,15 +97,6 @@ bool bench_cpu_can_run_type(int cpu_type) {
   }
 }
 
-bench_peaks bench_measure_peaks() {
-  bench_peaks p{};
-  p.sse2_mul_add = peak_sse2();
-  if (bench_cpu_can_run_type(4)) p.avx_mul_add = peak_avx();
-  if (bench_cpu_can_run_type(5)) p.avx2_fma = peak_fma256();
-  if (bench_cpu_can_run_type(7)) p.avx512_fma = peak_fma512();
-  return p;
-}
-
 double bench_measure_peak_for_type(int cpu_type) {
   switch (cpu_type) {
     case 4: return peak_avx();
@@ -113,6 +104,15 @@ double bench_measure_peak_for_type(int cpu_type) {
     case 7: return peak_fma512();
     default: return peak_sse2();
   }
+}
+
+bench_peaks bench_measure_peaks() {
+  bench_peaks p{};
+  p.sse2_mul_add = bench_measure_peak_for_type(0);
+  if (bench_cpu_can_run_type(4)) p.avx_mul_add = bench_measure_peak_for_type(4);
+  if (bench_cpu_can_run_type(5)) p.avx2_fma = bench_measure_peak_for_type(5);
+  if (bench_cpu_can_run_type(7)) p.avx512_fma = bench_measure_peak_for_type(7);
+  return p;
 }
 
 double bench_peak_for_type(const bench_peaks& peaks, int cpu_type) {

@@ -68,9 +68,9 @@ struct bench_peaks {
   double avx512_fma;     // 512-bit FMA (0 where not supported)
 };
 bench_peaks bench_measure_peaks();
-// The peak that bounds a CPU type's kernels.
 // Measures the peak of the one class that CPU type `cpu_type` runs on.
 double bench_measure_peak_for_type(int cpu_type);
+// The peak that bounds a CPU type's kernels.
 double bench_peak_for_type(const bench_peaks& peaks, int cpu_type);
 bool bench_cpu_can_run_type(int cpu_type);
 

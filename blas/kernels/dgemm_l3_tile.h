@@ -31,6 +31,14 @@ template <class V, int NV, int NC>
   }
 }
 
+// Adds S sets of N accumulators, stored one set after another, pairwise into the first.
+template <class V, int S, int N>
+[[gnu::always_inline]] inline void vrx_l3_sum_sets(typename V::type* acc) {
+  for (int step = 1; step < S; step *= 2)
+    for (int q = 0; q + step < S; q += 2 * step)
+      for (int i = 0; i < N; ++i) acc[q * N + i] = V::add(acc[q * N + i], acc[(q + step) * N + i]);
+}
+
 // C tile (+)= A panel * B panel. STORE writes without reading C. AHEAD is the distance in
 // bytes of the software prefetch inside the k loop (0: none; tails rely on the hardware).
 // A tail tile with fewer than eight accumulators would wait on each multiply-add before
@@ -76,10 +84,7 @@ void vrx_l3_tile(vrx_int k, const double* __restrict a, const double* __restrict
     vrx_l3_tile_step<V, NV, NC>(acc[3 % S], a + R * (l + 3), b + NC * (l + 3));
   }
   for (; l < k; ++l) vrx_l3_tile_step<V, NV, NC>(acc[0], a + R * l, b + NC * l);
-  for (int step = 1; step < S; step *= 2)
-    for (int q = 0; q + step < S; q += 2 * step)
-      for (int v = 0; v < NV; ++v)
-        for (int j = 0; j < NC; ++j) acc[q][v][j] = V::add(acc[q][v][j], acc[q + step][v][j]);
+  vrx_l3_sum_sets<V, S, NV * NC>(&acc[0][0][0]);
 
   for (int j = 0; j < NC; ++j)
     for (int v = 0; v < NV; ++v) {
@@ -152,9 +157,7 @@ void vrx_l3_tile_across(vrx_int k, const double* __restrict a, const double* __r
     const typename VB::type bv = VB::load(b + l * NC);
     for (int r = 0; r < H; ++r) acc[0][r] = VB::fma(VB::bcast(a + l * H + r), bv, acc[0][r]);
   }
-  for (int step = 1; step < S; step *= 2)
-    for (int q = 0; q + step < S; q += 2 * step)
-      for (int r = 0; r < H; ++r) acc[q][r] = VB::add(acc[q][r], acc[q + step][r]);
+  vrx_l3_sum_sets<VB, S, H>(&acc[0][0]);
   // Back into columns, four at a time.
   constexpr int P = NC / 4;
   __m256d pieces[P][H];
