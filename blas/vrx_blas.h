@@ -1,6 +1,16 @@
 // Entries of the BLAS engine. All arguments by pointer, column-major, vrx_int sizes.
 #pragma once
+#include "service/vrx_traits.h"
 #include "service/vrx_types.h"
+
+// The matrix product's signature, named once for every precision and every variant:
+// C := alpha op(A) op(B) + beta C, Fortran order, all arguments by pointer.
+template <typename T>
+using vrx_gemm_fn_type = void(const char* transa, const char* transb, const vrx_int* m, const vrx_int* n,
+                              const vrx_int* k, const T* alpha, const T* a, const vrx_int* lda, const T* b,
+                              const vrx_int* ldb, const T* beta, T* c, const vrx_int* ldc);
+template <typename T>
+using vrx_gemm_fn = vrx_gemm_fn_type<T>*;
 
 typedef void (*vrx_dgemm_fn)(const char* transa, const char* transb, const vrx_int* m, const vrx_int* n,
                              const vrx_int* k, const double* alpha, const double* a, const vrx_int* lda,
