@@ -53,6 +53,20 @@ void vrx_blas_dger_beta(const char* transa, const char* transb, const vrx_int* m
 void vrx_blas_dcopy_threaded(const vrx_int* n, const double* x, const vrx_int* incx, double* y,
                              const vrx_int* incy);
 
+// The single and complex members, each by its precision letter: the entry, the
+// sequential kernel (never forks), the classic threaded road and the portable product
+// that defines the result.
+vrx_gemm_fn_type<float> vrx_blas_sgemm, vrx_blas_sgemm_sequential, vrx_blas_sgemm_classic,
+    vrx_blas_sgemm_reference;
+vrx_gemm_fn_type<vrx_complex_float> vrx_blas_cgemm, vrx_blas_cgemm_sequential, vrx_blas_cgemm_classic,
+    vrx_blas_cgemm_reference;
+vrx_gemm_fn_type<vrx_complex_double> vrx_blas_zgemm, vrx_blas_zgemm_sequential, vrx_blas_zgemm_classic,
+    vrx_blas_zgemm_reference;
+// The sequential route of a classic CPU type (0, 2, 3, 4) under a reproducibility branch;
+// null for the other types.
+template <typename T>
+vrx_gemm_fn<T> vrx_blas_gemm_classic_route(int cpu_type, int branch);
+
 // Transposition code of a character: N 0, T 1, C 2, anything else -1.
 inline int vrx_blas_trans_code(char t) {
   switch (t & ~0x20) {

@@ -110,6 +110,17 @@ void DSYR2(const char* uplo, const vrx_int* n, const double* alpha, const double
 void SSYR2(const char* uplo, const vrx_int* n, const float* alpha, const float* x, const vrx_int* incx,
            const float* y, const vrx_int* incy, float* a, const vrx_int* lda);
 
+// GEMV and the k = 1 rank-one update C := beta C + alpha x y^T in every precision, for the
+// vector-shaped products; the double members are vrx_blas_dgemv and vrx_blas_dger_beta.
+// In the rank-one update x is conjugated when transa is C, y when transb is C.
+template <typename T>
+void vrx_blas_gemv(const char* trans, const vrx_int* rows, const vrx_int* cols, const T* alpha, const T* a,
+                   const vrx_int* lda, const T* x, const vrx_int* incx, const T* beta, T* y, const vrx_int* incy);
+template <typename T>
+void vrx_blas_ger_beta(const char* transa, const char* transb, const vrx_int* m, const vrx_int* n, const T* alpha,
+                       const T* x, const vrx_int* incx, const T* y, const vrx_int* incy, const T* beta, T* c,
+                       const vrx_int* ldc);
+
 // Sequential GEMV of any precision, arguments unchecked (the body behind DGEMV and SGEMV).
 template <typename T>
 void vrx_blas_gemv_sequential(const char* trans, vrx_int m, vrx_int n, T alpha, const T* a, vrx_int lda, const T* x,
