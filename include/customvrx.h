@@ -9,9 +9,21 @@
 extern "C" {
 #endif
 
-/* ---- CBLAS enumerations ---- */
-typedef enum CBLAS_LAYOUT { CblasRowMajor = 101, CblasColMajor = 102 } CBLAS_LAYOUT;
-typedef enum CBLAS_TRANSPOSE { CblasNoTrans = 111, CblasTrans = 112, CblasConjTrans = 113 } CBLAS_TRANSPOSE;
+/* ---- CBLAS enumerations ----
+   Passed as int-sized arguments. In C++ they have int as fixed underlying type, so any int a
+   caller passes is a value of the type (a value outside the list gets the parameter message). */
+#ifdef __cplusplus
+#define CUSTOMVRX_ENUM_BASE_ : int
+#else
+#define CUSTOMVRX_ENUM_BASE_
+#endif
+typedef enum CBLAS_LAYOUT CUSTOMVRX_ENUM_BASE_ { CblasRowMajor = 101, CblasColMajor = 102 } CBLAS_LAYOUT;
+typedef enum CBLAS_TRANSPOSE CUSTOMVRX_ENUM_BASE_ {
+  CblasNoTrans = 111,
+  CblasTrans = 112,
+  CblasConjTrans = 113
+} CBLAS_TRANSPOSE;
+#undef CUSTOMVRX_ENUM_BASE_
 
 /* ---- Matrix product ----
    C := alpha * op(A) * op(B) + beta * C, op(A) m by k, op(B) k by n, C m by n.

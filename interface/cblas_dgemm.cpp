@@ -1,19 +1,25 @@
 // The exported C entry of the matrix product.
+#include <type_traits>
 #include "include/customvrx.h"
 #include "interface/vrx_interface.h"
 #include "service/vrx_serv.h"
 
 namespace {
+// The enumerations arrive as whatever int the caller passed; they are compared as ints.
+static_assert(std::is_same_v<std::underlying_type_t<CBLAS_LAYOUT>, int> &&
+              std::is_same_v<std::underlying_type_t<CBLAS_TRANSPOSE>, int>);
+
 const char* const transpose_letters[3] = {"N", "T", "C"};
 
 bool valid_transpose(int t) { return t >= CblasNoTrans && t <= CblasConjTrans; }
 int at_least_one(int v) { return v > 1 ? v : 1; }
 }  // namespace
 
-extern "C" VRX_EXPORT void cblas_dgemm(CBLAS_LAYOUT layout, CBLAS_TRANSPOSE transa, CBLAS_TRANSPOSE transb, int m,
-                                       int n, int k, double alpha, const double* a, int lda, const double* b,
+extern "C" VRX_EXPORT void cblas_dgemm(CBLAS_LAYOUT layout_arg, CBLAS_TRANSPOSE transa_arg, CBLAS_TRANSPOSE transb_arg,
+                                       int m, int n, int k, double alpha, const double* a, int lda, const double* b,
                                        int ldb, double beta, double* c, int ldc) {
   const char* name = "cblas_dgemm";
+  const int layout = layout_arg, transa = transa_arg, transb = transb_arg;
   // The layout is tested last, after both transpositions and all three sizes.
   if (!valid_transpose(transa)) return vrx_cblas_xerbla(name, 2);
   if (!valid_transpose(transb)) return vrx_cblas_xerbla(name, 3);
