@@ -28,12 +28,13 @@ void vdsub_body(int n, const double* a, const double* b, double* y) {
   int i = 0;
   if constexpr (align_output)
     for (; i < n && reinterpret_cast<std::uintptr_t>(y + i) % VRX_VEC_BYTES != 0; ++i) y[i] = left[i] - right[i];
-  for (; i + lanes * unroll <= n; i += lanes * unroll)
+  // Tested as n - i, which cannot overflow near INT_MAX as i + step would.
+  for (; n - i >= lanes * unroll; i += lanes * unroll)
     for (int u = 0; u < unroll; ++u) {
       const int k = i + u * lanes;
       vrx_store(y + k, vrx_load<vrx_vd>(left + k) - vrx_load<vrx_vd>(right + k));
     }
-  for (; i + lanes <= n; i += lanes) vrx_store(y + i, vrx_load<vrx_vd>(left + i) - vrx_load<vrx_vd>(right + i));
+  for (; n - i >= lanes; i += lanes) vrx_store(y + i, vrx_load<vrx_vd>(left + i) - vrx_load<vrx_vd>(right + i));
   if (i < n) Tail::run(n - i, left + i, right + i, y + i);
 }
 
