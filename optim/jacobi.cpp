@@ -39,6 +39,7 @@ void difference_column(const vrx_trn_user_function& fcn, vrx_int m, vrx_int n, v
   }
   call_user(fcn, m, n, x, f_minus);
   x[j] = v;
+  if (m <= 0) return;  // no values: fjac is not addressed, as j * m would point before it
   DAXPY(&m, &minus_one, f_minus, &unit, f_plus, &unit);
   const double reciprocal = 1.0 / h;  // the difference is multiplied by it
   DSCAL(&m, &reciprocal, f_plus, &unit);
