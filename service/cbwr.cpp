@@ -1,6 +1,6 @@
 // The reproducibility branch: VRX_CBWR read once into a code, checked against the machine.
 #include <cstring>
-#include "service/vrx_serv.h"
+#include "service/vrx_locks.h"
 
 namespace {
 struct branch_name {
@@ -37,7 +37,10 @@ int branch_query(bool lock) {
   vrx_cpu_state& s = vrx_serv_cpu_state;
   if (__atomic_load_n(&s.branch_read, __ATOMIC_ACQUIRE) != -1)
     return answer(__atomic_load_n(&s.branch, __ATOMIC_RELAXED));
-  if (lock) vrx_serv_spin_lock(&s.service_lock);
+  if (lock) {
+    vrx_serv_fork_guard();
+    vrx_serv_spin_lock(&s.service_lock);
+  }
   if (__atomic_load_n(&s.branch_read, __ATOMIC_ACQUIRE) == -1) {
     __atomic_store_n(&s.branch, code_of_setting(), __ATOMIC_RELAXED);
     __atomic_store_n(&s.branch_read, 1, __ATOMIC_RELEASE);

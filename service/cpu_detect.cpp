@@ -1,5 +1,5 @@
 // The CPU type: decided once per process from the branch, VRX_DEBUG_CPU_TYPE or the processor.
-#include "service/vrx_serv.h"
+#include "service/vrx_locks.h"
 
 namespace {
 // Types that can be selected; 6 has no kernels of its own.
@@ -60,6 +60,7 @@ int decide(bool* fatal) {
 
 [[gnu::noinline]] int decide_once() {
   vrx_cpu_state& s = vrx_serv_cpu_state;
+  vrx_serv_fork_guard();
   vrx_serv_spin_lock(&s.service_lock);
   int type = __atomic_load_n(&s.type, __ATOMIC_ACQUIRE);
   if (type >= 0) {

@@ -1,18 +1,17 @@
 // Direct path of the memory manager: one block of the base allocator per request,
 // with a DirectHeader right below the pointer handed out, and per-thread counters.
 #include <cstring>
-#include "service/vrx_serv.h"
+#include "service/vrx_locks.h"
 
 vrx_memory_totals vrx_serv_memory_totals = {0, 0};
 vrx_memory_statistics vrx_serv_memory_stats = {-1, 0, 0, 0, 0};
+volatile std::int32_t vrx_serv_totals_lock = 0;
+volatile std::int32_t vrx_serv_statistics_lock = 0;
 
 namespace {
-volatile std::int32_t totals_lock = 0;
-volatile std::int32_t statistics_lock = 0;
-
 void count_statistics(std::int64_t bytes, std::int64_t blocks) {
   if (__atomic_load_n(&vrx_serv_memory_stats.flag, __ATOMIC_RELAXED) != 1) return;
-  vrx_serv_spin_lock(&statistics_lock);
+  vrx_serv_spin_lock(&vrx_serv_statistics_lock);
   vrx_memory_statistics& s = vrx_serv_memory_stats;
   s.current_bytes += bytes;
   s.current_blocks += blocks;
@@ -20,7 +19,7 @@ void count_statistics(std::int64_t bytes, std::int64_t blocks) {
     s.peak_bytes = s.current_bytes;
     s.peak_blocks = s.current_blocks;
   }
-  vrx_serv_spin_unlock(&statistics_lock);
+  vrx_serv_spin_unlock(&vrx_serv_statistics_lock);
 }
 
 // Adds to the calling thread's direct counters, creating its slot and pool if
@@ -37,10 +36,10 @@ void count_for_thread(std::int64_t bytes, std::int32_t blocks) {
 }  // namespace
 
 void vrx_serv_fold_counters(BufferPool* pool) {
-  vrx_serv_spin_lock(&totals_lock);
+  vrx_serv_spin_lock(&vrx_serv_totals_lock);
   vrx_serv_memory_totals.folded_blocks += pool->direct_blocks;
   vrx_serv_memory_totals.folded_bytes += pool->direct_bytes;
-  vrx_serv_spin_unlock(&totals_lock);
+  vrx_serv_spin_unlock(&vrx_serv_totals_lock);
   pool->direct_blocks = 0;
   pool->direct_bytes = 0;
 }

@@ -4,22 +4,22 @@
 #include <dlfcn.h>
 #include <cstdlib>
 #include <cstring>
+#include "service/vrx_locks.h"
 #include "service/vrx_once.h"
-#include "service/vrx_serv.h"
 
 vrx_crt_allocator vrx_serv_crt_allocator = {std::malloc, std::calloc, std::realloc, std::free};
 vrx_base_allocator vrx_serv_base_allocator = {vrx_serv_raw_malloc, vrx_serv_raw_realloc, vrx_serv_raw_free,
                                               vrx_serv_raw_malloc, vrx_serv_raw_free};
 vrx_hbw_library vrx_serv_hbw = {0, nullptr, nullptr, nullptr};
 std::uint64_t vrx_serv_hbw_limit = vrx_no_hbw_limit;
+volatile std::int32_t vrx_serv_memory_init_lock = 0;
+volatile std::int32_t vrx_serv_hbw_lock = 0;
 
 namespace {
 constexpr std::size_t raw_header_bytes = sizeof(RawHeader);
 static_assert(raw_header_bytes == 32);
 
 volatile std::int32_t initialised = 0;
-volatile std::int32_t init_lock = 0;
-volatile std::int32_t hbw_lock = 0;
 
 // Directories searched for the high-bandwidth library; empty in this build.
 const char hbw_directory_first[] = "";
@@ -52,7 +52,7 @@ void initialise() {
 }
 }  // namespace
 
-void vrx_serv_memory_init() { vrx_serv_once(&initialised, &init_lock, initialise); }
+void vrx_serv_memory_init() { vrx_serv_once(&initialised, &vrx_serv_memory_init_lock, initialise); }
 
 int vrx_serv_hbw_load(const char* name) {
   if (std::strchr(name, '/') || std::strchr(name, '\\')) return 0;
@@ -79,7 +79,7 @@ void* vrx_serv_raw_malloc(std::size_t size) {
     block = std::malloc(n);
   } else {
     const bool limited = hbw_limited();
-    if (limited) vrx_serv_spin_lock(&hbw_lock);
+    if (limited) vrx_serv_spin_lock(&vrx_serv_hbw_lock);
     if (limited && n >= vrx_serv_hbw_limit) {
       block = std::malloc(n);
     } else {
@@ -91,7 +91,7 @@ void* vrx_serv_raw_malloc(std::size_t size) {
         block = std::malloc(n);
       }
     }
-    if (limited) vrx_serv_spin_unlock(&hbw_lock);
+    if (limited) vrx_serv_spin_unlock(&vrx_serv_hbw_lock);
   }
   if (!block) return nullptr;
   RawHeader* header = static_cast<RawHeader*>(block);
@@ -109,7 +109,7 @@ void vrx_serv_raw_free(void* pointer) {
   void* block = reinterpret_cast<void*>(header->base);
   const bool high_bandwidth = (header->high_bandwidth & 0xffffffffu) == 1;
   if (vrx_serv_hbw.on && hbw_limited()) {
-    vrx_serv_spin_lock(&hbw_lock);
+    vrx_serv_spin_lock(&vrx_serv_hbw_lock);
     if (vrx_serv_hbw_limit == 0) {
       std::free(block);
     } else if (high_bandwidth) {
@@ -118,7 +118,7 @@ void vrx_serv_raw_free(void* pointer) {
     } else {
       std::free(block);
     }
-    vrx_serv_spin_unlock(&hbw_lock);
+    vrx_serv_spin_unlock(&vrx_serv_hbw_lock);
     return;
   }
   if (high_bandwidth) vrx_serv_hbw.free(block);

@@ -1,11 +1,10 @@
 // Settings of the memory manager, read once from the environment.
+#include "service/vrx_locks.h"
 #include "service/vrx_once.h"
-#include "service/vrx_serv.h"
 
 namespace {
 vrx_memory_settings settings = {0, vrx_no_hbw_limit};
 volatile std::int32_t settings_read = 0;
-volatile std::int32_t settings_lock = 0;
 
 // atoi: leading blanks, a sign, then digits; saturates at the int range.
 std::int64_t parse_like_atoi(const char* text) {
@@ -30,6 +29,8 @@ void read_settings() {
 }
 }  // namespace
 
+volatile std::int32_t vrx_serv_memory_settings_lock = 0;
+
 std::uint64_t vrx_serv_hbw_limit_from(const char* text) {
   if (!text) return vrx_no_hbw_limit;
   const std::int64_t mebibytes = parse_like_atoi(text);
@@ -38,7 +39,7 @@ std::uint64_t vrx_serv_hbw_limit_from(const char* text) {
 }
 
 const vrx_memory_settings* vrx_serv_memory_settings() {
-  vrx_serv_once(&settings_read, &settings_lock, read_settings);
+  vrx_serv_once(&settings_read, &vrx_serv_memory_settings_lock, read_settings);
   return &settings;
 }
 

@@ -7,7 +7,10 @@
 // and then every slot lock in ascending order, which excludes everybody.
 #include <pthread.h>
 #include <cstring>
-#include "service/vrx_serv.h"
+#include "service/vrx_locks.h"
+
+volatile std::int32_t vrx_serv_chunk_lock = 0;
+volatile std::int32_t vrx_serv_key_lock = 0;
 
 namespace {
 struct alignas(64) SlotLock {
@@ -25,13 +28,11 @@ TableLocks locks;
 // floor(log2(t - 1)) = 9 + r.
 constexpr int table_rows = 54;
 PoolSlot* rows[table_rows];
-volatile std::int32_t chunk_lock = 0;
 
 std::int32_t thread_counter = 0;
 
 pthread_key_t number_key;
 std::int32_t key_made = 0;
-volatile std::int32_t key_lock = 0;
 
 void key_destructor(void* value) {
   vrx_serv_thread_free_buffers(static_cast<std::int32_t>(reinterpret_cast<std::uintptr_t>(value)));
@@ -39,10 +40,10 @@ void key_destructor(void* value) {
 
 void store_thread_number(std::int32_t number) {
   if (!__atomic_load_n(&key_made, __ATOMIC_ACQUIRE)) {
-    vrx_serv_spin_lock(&key_lock);
+    vrx_serv_spin_lock(&vrx_serv_key_lock);
     if (!__atomic_load_n(&key_made, __ATOMIC_ACQUIRE) && pthread_key_create(&number_key, key_destructor) == 0)
       __atomic_store_n(&key_made, 1, __ATOMIC_RELEASE);
-    vrx_serv_spin_unlock(&key_lock);
+    vrx_serv_spin_unlock(&vrx_serv_key_lock);
   }
   // Without a key the thread stays number 0 and asks again at its next lookup.
   if (__atomic_load_n(&key_made, __ATOMIC_ACQUIRE))
@@ -106,13 +107,13 @@ PoolSlot* vrx_serv_slot_of(std::int32_t number, int create) {
   }
   PoolSlot* chunk = __atomic_load_n(&rows[row], __ATOMIC_ACQUIRE);
   if (!chunk && create) {
-    vrx_serv_spin_lock(&chunk_lock);
+    vrx_serv_spin_lock(&vrx_serv_chunk_lock);
     chunk = __atomic_load_n(&rows[row], __ATOMIC_ACQUIRE);
     if (!chunk) {
       chunk = allocate_chunk(entries);
       if (chunk) __atomic_store_n(&rows[row], chunk, __ATOMIC_RELEASE);
     }
-    vrx_serv_spin_unlock(&chunk_lock);
+    vrx_serv_spin_unlock(&vrx_serv_chunk_lock);
   }
   return chunk ? chunk + index : nullptr;
 }
@@ -170,4 +171,10 @@ void vrx_serv_table_write_unlock() {
   for (int t = 0; t < vrx_slot_locks; ++t) vrx_serv_spin_unlock(&locks.slots[t].word);
   // Readers backing off may have the word above 1 for a moment: clear bit 0 alone.
   __atomic_sub_fetch(&locks.table_word, 1, __ATOMIC_RELEASE);
+}
+
+void vrx_serv_table_clear() {
+  for (int t = 0; t < vrx_slot_locks; ++t) locks.slots[t].word = 0;
+  // Counts that readers added at the moment of a fork belong to threads that are gone.
+  __atomic_store_n(&locks.table_word, 0, __ATOMIC_RELEASE);
 }

@@ -4,8 +4,8 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "service/vrx_locks.h"
 #include "service/vrx_once.h"
-#include "service/vrx_serv.h"
 
 namespace {
 constexpr int env_buffer_size = 256;
@@ -14,7 +14,6 @@ vrx_thread_settings settings = {
     -1, {-1, -1, -1, -1, -1}, -1, -1, -1, -1, 1, 1, -1, -1, -1, -1,
 };
 volatile std::int32_t settings_read = 0;
-volatile std::int32_t threading_lock = 0;
 vrx_topology_source topology_source = vrx_serv_topology_from_os;
 
 constexpr const char* domain_names[5] = {
@@ -101,6 +100,8 @@ void read_topology() {
 }
 }  // namespace
 
+volatile std::int32_t vrx_serv_threading_lock = 0;
+
 void vrx_serv_parse_domain_list(const char* text, std::int32_t counts[5]) {
   const char* p = text;
   for (;;) {
@@ -154,7 +155,7 @@ int vrx_serv_ppn_search() {
 }
 
 void vrx_serv_parse_env() {
-  vrx_serv_once(&settings_read, &threading_lock, [] {
+  vrx_serv_once(&settings_read, &vrx_serv_threading_lock, [] {
     read_settings();
     read_topology();
     settings.pending = 0;
@@ -167,7 +168,8 @@ const vrx_thread_settings* vrx_serv_thread_settings() {
 }
 
 void vrx_serv_set_topology_source(vrx_topology_source source) {
-  vrx_serv_spin_lock(&threading_lock);
+  vrx_serv_fork_guard();
+  vrx_serv_spin_lock(&vrx_serv_threading_lock);
   if (!settings_read) topology_source = source;
-  vrx_serv_spin_unlock(&threading_lock);
+  vrx_serv_spin_unlock(&vrx_serv_threading_lock);
 }

@@ -8,19 +8,20 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "service/vrx_serv.h"
+#include "service/vrx_locks.h"
+
+volatile std::int32_t vrx_serv_topology_os_lock = 0;
+volatile std::int32_t vrx_serv_topology_tree_lock = 0;
 
 namespace {
 constexpr int max_cpus = 8192;
 constexpr std::size_t path_size = 512;
 
-// Scratch of the counting, used once per process; the lock covers direct callers too.
-volatile std::int32_t tree_lock = 0;
+// Scratch of the counting, used once per process; the tree lock covers direct callers too.
 int sorted_cpus[max_cpus];
 std::int64_t core_keys[max_cpus];
 std::int64_t package_keys[max_cpus];
 
-volatile std::int32_t os_lock = 0;
 unsigned long affinity_mask[max_cpus / (8 * sizeof(unsigned long))];
 int os_cpus[max_cpus];
 
@@ -118,17 +119,19 @@ int count_tree(const char* root, int count, vrx_topology* out) {
 int vrx_serv_topology_from_tree(const char* root, const int* cpus, int count, vrx_topology* out) {
   if (count < 1) return 1;
   if (count > max_cpus) count = max_cpus;
-  vrx_serv_spin_lock(&tree_lock);
+  vrx_serv_fork_guard();
+  vrx_serv_spin_lock(&vrx_serv_topology_tree_lock);
   std::memcpy(sorted_cpus, cpus, sizeof(int) * static_cast<std::size_t>(count));
   std::sort(sorted_cpus, sorted_cpus + count);
   count = static_cast<int>(std::unique(sorted_cpus, sorted_cpus + count) - sorted_cpus);
   const int status = count_tree(root, count, out);
-  vrx_serv_spin_unlock(&tree_lock);
+  vrx_serv_spin_unlock(&vrx_serv_topology_tree_lock);
   return status;
 }
 
 int vrx_serv_topology_from_os(vrx_topology* out) {
-  vrx_serv_spin_lock(&os_lock);
+  vrx_serv_fork_guard();
+  vrx_serv_spin_lock(&vrx_serv_topology_os_lock);
   int status = 1;
   if (sched_getaffinity(0, sizeof affinity_mask, reinterpret_cast<cpu_set_t*>(affinity_mask)) == 0) {
     constexpr int bits = 8 * sizeof(unsigned long);
@@ -137,6 +140,6 @@ int vrx_serv_topology_from_os(vrx_topology* out) {
       if (affinity_mask[cpu / bits] >> (cpu % bits) & 1UL) os_cpus[count++] = cpu;
     status = vrx_serv_topology_from_tree("/sys/devices/system", os_cpus, count, out);
   }
-  vrx_serv_spin_unlock(&os_lock);
+  vrx_serv_spin_unlock(&vrx_serv_topology_os_lock);
   return status;
 }

@@ -5,12 +5,10 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "service/vrx_serv.h"
+#include "service/vrx_locks.h"
 
 namespace {
 int verbose_flag = -1;
-
-volatile std::int32_t banner_lock = 0;
 std::int32_t banner_printed = 0;
 
 int read_verbose_setting() {
@@ -53,10 +51,11 @@ void print_banner_once(int interface) {
   if (__atomic_load_n(&banner_printed, __ATOMIC_ACQUIRE)) return;
   vrx_text_area banner;
   compose_banner(&banner, interface);
-  vrx_serv_spin_lock(&banner_lock);
+  vrx_serv_fork_guard();
+  vrx_serv_spin_lock(&vrx_serv_banner_lock);
   if (!banner_printed) vrx_serv_print_raw(0, "%s\n", 1, banner.text);
   __atomic_store_n(&banner_printed, 1, __ATOMIC_RELEASE);
-  vrx_serv_spin_unlock(&banner_lock);
+  vrx_serv_spin_unlock(&vrx_serv_banner_lock);
 }
 
 void compose_statistics(vrx_text_area* statistics, double elapsed) {
@@ -78,6 +77,7 @@ void compose_statistics(vrx_text_area* statistics, double elapsed) {
 }
 }  // namespace
 
+volatile std::int32_t vrx_serv_banner_lock = 0;
 const int vrx_serv_verbose_unasked = -1;
 
 int* vrx_serv_verbose_mode() {

@@ -130,6 +130,8 @@ PoolSlot* vrx_serv_slot_of(std::int32_t number, int create);
 // Excludes every other user of the table: table word, then all slot locks.
 void vrx_serv_table_write_lock();
 void vrx_serv_table_write_unlock();
+// Frees the table word and every slot lock; only for a forked child, where no other thread runs.
+void vrx_serv_table_clear();
 
 // Returns the free buffers of thread `id` to the allocator; also the destructor
 // of the thread-number key.
