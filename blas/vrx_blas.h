@@ -12,30 +12,16 @@ using vrx_gemm_fn_type = void(const char* transa, const char* transb, const vrx_
 template <typename T>
 using vrx_gemm_fn = vrx_gemm_fn_type<T>*;
 
-typedef void (*vrx_dgemm_fn)(const char* transa, const char* transb, const vrx_int* m, const vrx_int* n,
-                             const vrx_int* k, const double* alpha, const double* a, const vrx_int* lda,
-                             const double* b, const vrx_int* ldb, const double* beta, double* c,
-                             const vrx_int* ldc);
+typedef vrx_gemm_fn<double> vrx_dgemm_fn;
 
 void vrx_blas_dgemm_gate(const char* transa, const char* transb, const vrx_int* m, const vrx_int* n,
                          const vrx_int* k, const double* alpha, const double* a, const vrx_int* lda,
                          const double* b, const vrx_int* ldb, const double* beta, double* c, const vrx_int* ldc,
                          vrx_int len_transa, vrx_int len_transb);
-void vrx_blas_dgemm(const char* transa, const char* transb, const vrx_int* m, const vrx_int* n, const vrx_int* k,
-                    const double* alpha, const double* a, const vrx_int* lda, const double* b, const vrx_int* ldb,
-                    const double* beta, double* c, const vrx_int* ldc);
-void vrx_blas_dgemm_sequential(const char* transa, const char* transb, const vrx_int* m, const vrx_int* n,
-                               const vrx_int* k, const double* alpha, const double* a, const vrx_int* lda,
-                               const double* b, const vrx_int* ldb, const double* beta, double* c,
-                               const vrx_int* ldc);
-void vrx_blas_dgemm_reference(const char* transa, const char* transb, const vrx_int* m, const vrx_int* n,
-                              const vrx_int* k, const double* alpha, const double* a, const vrx_int* lda,
-                              const double* b, const vrx_int* ldb, const double* beta, double* c,
-                              const vrx_int* ldc);
-void vrx_blas_dgemm_classic(const char* transa, const char* transb, const vrx_int* m, const vrx_int* n,
-                            const vrx_int* k, const double* alpha, const double* a, const vrx_int* lda,
-                            const double* b, const vrx_int* ldb, const double* beta, double* c,
-                            const vrx_int* ldc);
+// The entry, the sequential kernel (never forks), the portable product that defines the
+// result and the classic threaded road.
+vrx_gemm_fn_type<double> vrx_blas_dgemm, vrx_blas_dgemm_sequential, vrx_blas_dgemm_reference,
+    vrx_blas_dgemm_classic;
 // Threaded team road; answers 0 when the call should run sequentially instead.
 int vrx_blas_dgemm_team_road(const char* transa, const char* transb, const vrx_int* m, const vrx_int* n,
                              const vrx_int* k, const double* alpha, const double* a, const vrx_int* lda,

@@ -231,14 +231,7 @@ void vrx_l3_dgemm_blocked_road(int cpu, const char* transa, const char* transb, 
                                const vrx_int* lda, const double* b, const vrx_int* ldb, const double* beta,
                                double* c, const vrx_int* ldc);
 // Sequential GEMM routes of CPU types 5 (AVX2 with FMA) and 7 (AVX-512).
-void vrx_blas_dgemm_route_avx2(const char* transa, const char* transb, const vrx_int* m, const vrx_int* n,
-                               const vrx_int* k, const double* alpha, const double* a, const vrx_int* lda,
-                               const double* b, const vrx_int* ldb, const double* beta, double* c,
-                               const vrx_int* ldc);
-void vrx_blas_dgemm_route_avx512(const char* transa, const char* transb, const vrx_int* m, const vrx_int* n,
-                                 const vrx_int* k, const double* alpha, const double* a, const vrx_int* lda,
-                                 const double* b, const vrx_int* ldb, const double* beta, double* c,
-                                 const vrx_int* ldc);
+vrx_gemm_fn_type<double> vrx_blas_dgemm_route_avx2, vrx_blas_dgemm_route_avx512;
 
 // Height of the next packed panel of a block with `remaining` rows (or width, columns):
 // the register extent, else the highest power of two in the remainder.

@@ -1,16 +1,21 @@
 // Vector types of one instruction class, for the kernel bodies that are compiled once per
-// class folder. The including file defines VRX_VEC_BYTES (8 for scalar code, 16, 32 or 64)
-// first. Everything here has internal linkage, so the copies made with different target
-// flags never meet at link time.
+// class folder. Everything here has internal linkage, so the copies made with different
+// target flags never meet at link time.
+//
+// Two faces of one vocabulary: the generic vectors of width VRX_VEC_BYTES (defined by the
+// including file: 8 for scalar code, 16, 32 or 64) for bodies written over plain vector
+// arithmetic, and vrx_simd<T, W>, the vector of W elements of T with its operations
+// spelled out, for the register-block kernels (the widths the class's flags allow).
 #pragma once
 #include <cstddef>
 #include <cstdint>
 
-#ifndef VRX_VEC_BYTES
-#error "define VRX_VEC_BYTES before including the vector types"
+#if defined(__AVX2__) || defined(__AVX512F__)
+#include <immintrin.h>
 #endif
 
 namespace {
+#ifdef VRX_VEC_BYTES
 typedef double vrx_vd __attribute__((vector_size(VRX_VEC_BYTES)));
 typedef float vrx_vf __attribute__((vector_size(VRX_VEC_BYTES)));
 
@@ -66,4 +71,84 @@ inline T vrx_abs(T v) {
   return __builtin_fabs(v);
 }
 inline float vrx_abs(float v) { return __builtin_fabsf(v); }
+#endif  // VRX_VEC_BYTES
+
+// W elements of T in one register: type, the half-width vector (void below one
+// element), and the operations the kernel templates use.
+template <typename T, int W>
+struct vrx_simd;
+
+template <>
+struct vrx_simd<double, 1> {
+  typedef double type;
+  typedef void half;
+  static constexpr int width = 1;
+  static type zero() { return 0.0; }
+  static type load(const double* p) { return *p; }
+  static type bcast(const double* p) { return *p; }
+  static type set(double x) { return x; }
+  static void store(double* p, type v) { *p = v; }
+  static type fma(type a, type b, type c) { return __builtin_fma(a, b, c); }
+  static type add(type a, type b) { return a + b; }
+  static type mul(type a, type b) { return a * b; }
+  static double sum(type v) { return v; }
+};
+typedef vrx_simd<double, 1> vrx_vec1;
+
+#if defined(__AVX2__) && defined(__FMA__)
+template <>
+struct vrx_simd<double, 2> {
+  typedef __m128d type;
+  typedef vrx_vec1 half;
+  static constexpr int width = 2;
+  static type zero() { return _mm_setzero_pd(); }
+  static type load(const double* p) { return _mm_loadu_pd(p); }
+  static type bcast(const double* p) { return _mm_loaddup_pd(p); }
+  static type set(double x) { return _mm_set1_pd(x); }
+  static void store(double* p, type v) { _mm_storeu_pd(p, v); }
+  static type fma(type a, type b, type c) { return _mm_fmadd_pd(a, b, c); }
+  static type add(type a, type b) { return _mm_add_pd(a, b); }
+  static type mul(type a, type b) { return _mm_mul_pd(a, b); }
+  static double sum(type v) { return _mm_cvtsd_f64(_mm_add_sd(v, _mm_unpackhi_pd(v, v))); }
+};
+typedef vrx_simd<double, 2> vrx_vec2;
+
+template <>
+struct vrx_simd<double, 4> {
+  typedef __m256d type;
+  typedef vrx_vec2 half;
+  static constexpr int width = 4;
+  static type zero() { return _mm256_setzero_pd(); }
+  static type load(const double* p) { return _mm256_loadu_pd(p); }
+  static type bcast(const double* p) { return _mm256_broadcast_sd(p); }
+  static type set(double x) { return _mm256_set1_pd(x); }
+  static void store(double* p, type v) { _mm256_storeu_pd(p, v); }
+  static type fma(type a, type b, type c) { return _mm256_fmadd_pd(a, b, c); }
+  static type add(type a, type b) { return _mm256_add_pd(a, b); }
+  static type mul(type a, type b) { return _mm256_mul_pd(a, b); }
+  static double sum(type v) {
+    return vrx_vec2::sum(_mm_add_pd(_mm256_castpd256_pd128(v), _mm256_extractf128_pd(v, 1)));
+  }
+};
+typedef vrx_simd<double, 4> vrx_vec4;
+#endif
+
+#if defined(__AVX512F__)
+template <>
+struct vrx_simd<double, 8> {
+  typedef __m512d type;
+  typedef vrx_vec4 half;
+  static constexpr int width = 8;
+  static type zero() { return _mm512_setzero_pd(); }
+  static type load(const double* p) { return _mm512_loadu_pd(p); }
+  static type bcast(const double* p) { return _mm512_set1_pd(*p); }
+  static type set(double x) { return _mm512_set1_pd(x); }
+  static void store(double* p, type v) { _mm512_storeu_pd(p, v); }
+  static type fma(type a, type b, type c) { return _mm512_fmadd_pd(a, b, c); }
+  static type add(type a, type b) { return _mm512_add_pd(a, b); }
+  static type mul(type a, type b) { return _mm512_mul_pd(a, b); }
+  static double sum(type v) { return _mm512_reduce_add_pd(v); }
+};
+typedef vrx_simd<double, 8> vrx_vec8;
+#endif
 }  // namespace

@@ -8,7 +8,7 @@
 #include <limits>
 #include <vector>
 
-#include "blas/vrx_l3_team.h"
+#include "blas/level3/team/vrx_l3_team.h"
 
 struct team_problem {
   char ta, tb;

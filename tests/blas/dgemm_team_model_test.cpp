@@ -2,7 +2,7 @@
 // k-split model, the layouts and the cuts, with the values worked out by hand.
 #include <gtest/gtest.h>
 
-#include "blas/vrx_l3_team.h"
+#include "blas/level3/team/vrx_l3_team.h"
 
 namespace {
 vrx_l3_team layout(int cpu, int threads, vrx_int m, vrx_int n, vrx_int k, unsigned road = 2) {

@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "blas/dgemm_team_check.h"
-#include "blas/vrx_l3_sync.h"
+#include "blas/level3/driver/vrx_l3_sync.h"
 #include "service/vrx_memory.h"
 
 namespace {

@@ -1,5 +1,5 @@
 // The 12 by 4 register-block kernel of CPU type 5 (AVX2 with FMA), its pack routines and its table.
-#include "blas/kernels/avx2/dgemm_vec.h"
+#include "blas/kernels/vrx_simd.h"
 #include "blas/kernels/dgemm_l3_class.h"
 
 namespace {

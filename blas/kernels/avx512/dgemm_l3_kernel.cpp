@@ -1,5 +1,5 @@
 // The 24 by 8 register-block kernel of CPU type 7, its pack routines and its table.
-#include "blas/kernels/avx512/dgemm_vec512.h"
+#include "blas/kernels/vrx_simd.h"
 #include "blas/kernels/dgemm_l3_class.h"
 
 namespace {

@@ -1,6 +1,6 @@
 // In-place GEMM kernels of CPU type 7: small shapes, k = 1 to 10, and the
 // allocation-free road of the blocked driver.
-#include "blas/kernels/avx512/dgemm_vec512.h"
+#include "blas/kernels/vrx_simd.h"
 #include "blas/kernels/dgemm_l3_inplace.h"
 #include "blas/kernels/dgemm_l3_kernel_table.h"
 

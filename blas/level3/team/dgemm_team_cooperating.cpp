@@ -2,8 +2,8 @@
 // the team packs each block of A once, in strips, into one shared buffer.
 #include <algorithm>
 
-#include "blas/vrx_l3_sync.h"
-#include "blas/vrx_l3_team.h"
+#include "blas/level3/driver/vrx_l3_sync.h"
+#include "blas/level3/team/vrx_l3_team.h"
 
 namespace {
 constexpr int max_row_block_factor = 10;  // the shared block holds at most 10 blocks of rows

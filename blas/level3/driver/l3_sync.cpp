@@ -1,6 +1,6 @@
 // The team barrier: threads other than 0 count themselves in on `arrived`, thread 0
 // waits for all of them and publishes the new generation on `released`.
-#include "blas/vrx_l3_sync.h"
+#include "blas/level3/driver/vrx_l3_sync.h"
 
 namespace {
 // One round of waiting: a pause while counting, a yield once the limit is reached.

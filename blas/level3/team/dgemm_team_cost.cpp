@@ -1,6 +1,6 @@
 // How many threads a product gets on the team road, and the model that tells whether a
 // small C is better served by splitting k among the threads.
-#include "blas/vrx_l3_team.h"
+#include "blas/level3/team/vrx_l3_team.h"
 
 int vrx_l3_team_thread_count(int cpu, vrx_int m, vrx_int n, vrx_int k, int max_threads) {
   int t = max_threads;

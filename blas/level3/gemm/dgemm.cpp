@@ -1,7 +1,7 @@
 // The GEMM entry: sorts each call into a road (nothing, GEMV, rank-one update,
 // the classic road or the team road) and hands it on. It decides nothing about numbers.
 #include "blas/vrx_blas.h"
-#include "blas/vrx_l3_team.h"
+#include "blas/level3/team/vrx_l3_team.h"
 #include "service/vrx_serv.h"
 
 namespace {

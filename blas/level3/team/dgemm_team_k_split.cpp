@@ -2,8 +2,8 @@
 // writes C, the others write private slabs that the team then adds into C.
 #include <algorithm>
 
-#include "blas/vrx_l3_sync.h"
-#include "blas/vrx_l3_team.h"
+#include "blas/level3/driver/vrx_l3_sync.h"
+#include "blas/level3/team/vrx_l3_team.h"
 #include "service/vrx_serv.h"
 
 namespace {

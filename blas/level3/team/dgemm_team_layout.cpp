@@ -2,7 +2,7 @@
 // three-dimensional grid with a split of k, or a cooperating team, and the cuts.
 #include <algorithm>
 
-#include "blas/vrx_l3_team.h"
+#include "blas/level3/team/vrx_l3_team.h"
 
 namespace {
 enum : std::uint32_t { split_rows = 0, split_columns = 1, split_grid = 2, split_k = 3 };

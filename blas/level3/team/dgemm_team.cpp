@@ -2,8 +2,8 @@
 // then a team of OpenMP threads runs the level-3 driver on the parts of C.
 #include <omp.h>
 
-#include "blas/vrx_l3_sync.h"
-#include "blas/vrx_l3_team.h"
+#include "blas/level3/driver/vrx_l3_sync.h"
+#include "blas/level3/team/vrx_l3_team.h"
 #include "service/vrx_serv.h"
 
 int vrx_l3_team_plan(vrx_int m, vrx_int n, vrx_int k, vrx_l3_team* team) {

@@ -1,7 +1,7 @@
 // One thread of the team road: decides the layout for the threads really delivered,
 // cuts its part of C and runs the level-3 driver on it (or the k-split and
 // cooperating workers, which run several).
-#include "blas/vrx_l3_team.h"
+#include "blas/level3/team/vrx_l3_team.h"
 #include "service/vrx_serv.h"
 
 namespace {
