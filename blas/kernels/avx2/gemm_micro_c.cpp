@@ -1,0 +1,5 @@
+// The 12 by 2 single-complex register-block kernel of CPU type 5 (AVX2 with FMA) and its packs.
+#include "blas/kernels/gemm_micro_body.h"
+#include "blas/kernels/gemm_micro_tables.h"
+
+const vrx_gemm_micro_kernels<vrx_complex_float> vrx_gemm_micro_c_avx2 = vrx_micro_class_table<vrx_complex_float, 8, 12, 2, 768>();
