@@ -1,0 +1,100 @@
+// Speed of the single and complex register-block kernels alone: one packed m by k block
+// of A and k by n block of B, the kernel called on them again and again (beta 1), as a
+// fraction of the measured FMA peak of its class in its precision (the single peak
+// is twice the double one). Times are the thread's CPU time, best of several runs.
+//   gemm_micro_bench [M N K]
+// Prints one line per table: `table mr nr m n k gflops peak ratio`.
+#include <immintrin.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <type_traits>
+#include <vector>
+
+#include "bench_support.h"
+#include "blas/kernels/gemm_micro_tables.h"
+
+namespace {
+// Peaks by the thread's CPU time (the machine may be busy): twelve independent FMA chains.
+#define VRX_BENCH_PEAK(NAME, TARGET, V, SET, FMA, LANES)                \
+  __attribute__((target(TARGET))) double NAME() {                      \
+    constexpr long iterations = 5000000;                               \
+    const V add = SET(1e-9), factor = SET(0.999999);                   \
+    double best = 1e300;                                               \
+    for (int r = 0; r < 5; ++r) {                                      \
+      V acc[12];                                                       \
+      for (auto& x : acc) x = SET(1.0);                                \
+      const double start = bench_thread_cpu_now();                     \
+      for (long i = 0; i < iterations; ++i)                            \
+        for (auto& x : acc) x = FMA(x, factor, add);                   \
+      const double t = bench_thread_cpu_now() - start;                 \
+      volatile float sink = reinterpret_cast<float*>(&acc[r % 12])[0]; \
+      (void)sink;                                                      \
+      if (t < best) best = t;                                          \
+    }                                                                  \
+    return 2.0 * (LANES) * 12 * iterations / best * 1e-9;              \
+  }
+VRX_BENCH_PEAK(peak_s_avx2, "avx2,fma", __m256, _mm256_set1_ps, _mm256_fmadd_ps, 8)
+VRX_BENCH_PEAK(peak_d_avx2, "avx2,fma", __m256d, _mm256_set1_pd, _mm256_fmadd_pd, 4)
+VRX_BENCH_PEAK(peak_s_avx512, "avx512f", __m512, _mm512_set1_ps, _mm512_fmadd_ps, 16)
+VRX_BENCH_PEAK(peak_d_avx512, "avx512f", __m512d, _mm512_set1_pd, _mm512_fmadd_pd, 8)
+#undef VRX_BENCH_PEAK
+
+template <typename T>
+T one_of(double x) {
+  if constexpr (sizeof(T) == sizeof(float)) return T(x);
+  else return T{decltype(T::re)(x), decltype(T::re)(0.5 * x)};
+}
+
+template <typename T>
+void run(const char* name, const vrx_gemm_micro_kernels<T>& t, double peak, vrx_int m, vrx_int n, vrx_int k) {
+  const bool cplx = !std::is_same_v<T, float>;
+  std::vector<T> a(static_cast<size_t>(m) * k), b(static_cast<size_t>(k) * n), c(static_cast<size_t>(m) * n);
+  for (size_t i = 0; i < a.size(); ++i) a[i] = one_of<T>(static_cast<double>(i % 17) * 0.01 - 0.08);
+  for (size_t i = 0; i < b.size(); ++i) b[i] = one_of<T>(static_cast<double>(i % 13) * 0.01 - 0.06);
+  for (T& x : c) x = one_of<T>(0.0);
+  std::vector<T> pa(a.size()), pb(b.size());
+  t.pack_a[VRX_MICRO_PLAIN](a.data(), m, m, k, one_of<T>(1.0), pa.data());
+  t.pack_b[VRX_MICRO_PLAIN](b.data(), k, k, n, one_of<T>(1.0), pb.data());
+  const double flops = (cplx ? 8.0 : 2.0) * m * n * k;
+  const int batch = static_cast<int>(4e8 / flops) + 1;
+  const T beta = one_of<T>(1.0);
+  double best = 0;
+  for (int round = 0; round < 3; ++round) {
+    const double seconds = bench_best_seconds(5, [&] {
+      for (int i = 0; i < batch; ++i) t.kernel(m, n, k, pa.data(), pb.data(), c.data(), m, beta);
+    }, bench_thread_cpu_now);
+    const double g = flops * batch / seconds * 1e-9;
+    if (g > best) best = g;
+  }
+  std::printf("%s %ld %ld %ld %ld %ld %.1f %.1f %.3f\n", name, static_cast<long>(t.mr), static_cast<long>(t.nr),
+              static_cast<long>(m), static_cast<long>(n), static_cast<long>(k), best, peak, best / peak);
+  std::fflush(stdout);
+}
+}  // namespace
+
+int main(int argc, char** argv) {
+  // A block as the level-3 driver hands it: many row panels against one B block.
+  vrx_int m = 960, n = 192, k = 384;
+  if (argc == 4) {
+    m = std::atol(argv[1]);
+    n = std::atol(argv[2]);
+    k = std::atol(argv[3]);
+  }
+  std::printf("table mr nr m n k gflops peak ratio\n");
+  if (bench_cpu_can_run_type(7)) {
+    const double single = peak_s_avx512(), twice = 2 * peak_d_avx512();
+    const double peak = single > twice ? single : twice;
+    run("s_avx512", vrx_gemm_micro_s_avx512, peak, m, n, k);
+    run("c_avx512", vrx_gemm_micro_c_avx512, peak, m, n, k);
+    run("z_avx512", vrx_gemm_micro_z_avx512, peak / 2, m, n, k);
+  }
+  if (bench_cpu_can_run_type(5)) {
+    const double single = peak_s_avx2(), twice = 2 * peak_d_avx2();
+    const double peak = single > twice ? single : twice;
+    run("s_avx2", vrx_gemm_micro_s_avx2, peak, m, n, k);
+    run("c_avx2", vrx_gemm_micro_c_avx2, peak, m, n, k);
+    run("z_avx2", vrx_gemm_micro_z_avx2, peak / 2, m, n, k);
+  }
+  return 0;
+}
