@@ -67,6 +67,23 @@ void run(const char* name, const vrx_gemm_micro_kernels<T>& t, double peak, vrx_
     const double g = flops * batch / seconds * 1e-9;
     if (g > best) best = g;
   }
+  // The packs of the same blocks, with a factor that is neither one nor real, from the
+  // source as stored and transposed: time of each as a fraction of one kernel call.
+  const double kernel_seconds = flops / (best * 1e9);
+  const T factor = one_of<T>(1.5);
+  double pack_share[4];
+  for (int p = 0; p < 4; ++p) {
+    const bool is_a = p < 2, transposed = p % 2 == 1;
+    const vrx_int rows = is_a ? m : k, cols = is_a ? k : n;
+    const std::vector<T>& src = is_a ? a : b;
+    const vrx_int ld = transposed ? cols : rows;
+    T* out = is_a ? pa.data() : pb.data();
+    const auto& pack = (is_a ? t.pack_a : t.pack_b)[transposed ? VRX_MICRO_TRANSPOSED : VRX_MICRO_PLAIN];
+    pack_share[p] = bench_best_seconds(10, [&] { pack(src.data(), ld, rows, cols, factor, out); }, bench_thread_cpu_now) /
+                    kernel_seconds;
+  }
+  std::printf("%s_packs_vs_kernel a_n %.3f a_t %.3f b_n %.3f b_t %.3f\n", name, pack_share[0], pack_share[1],
+              pack_share[2], pack_share[3]);
   std::printf("%s %ld %ld %ld %ld %ld %.1f %.1f %.3f\n", name, static_cast<long>(t.mr), static_cast<long>(t.nr),
               static_cast<long>(m), static_cast<long>(n), static_cast<long>(k), best, peak, best / peak);
   std::fflush(stdout);

@@ -15,6 +15,7 @@
 #pragma once
 #include <array>
 #include <cstddef>
+#include <type_traits>
 #include <utility>
 
 #include "blas/kernels/gemm_micro.h"
@@ -271,12 +272,46 @@ void vrx_micro_copy_along(const T* __restrict src, vrx_int ld, vrx_int kb, T* __
   }
 }
 
-// Across: line r starts at src + r * ld and its steps are contiguous; runs of four steps
-// are taken per line so that each line is read a piece at a time.
+// Eight lines of eight single-precision steps (ld apart) become eight steps of the panel
+// (h apart), scaled unless MODE says the factor is one.
+template <int MODE>
+[[gnu::always_inline]] inline void vrx_micro_transpose8(const float* __restrict s, vrx_int ld, float* __restrict o,
+                                                        vrx_int h, float factor) {
+  __m256 r[8], t[8], u[8];
+  for (int q = 0; q < 8; ++q) r[q] = _mm256_loadu_ps(s + q * ld);
+  for (int q = 0; q < 8; q += 2) {
+    t[q] = _mm256_unpacklo_ps(r[q], r[q + 1]);
+    t[q + 1] = _mm256_unpackhi_ps(r[q], r[q + 1]);
+  }
+  for (int g = 0; g < 8; g += 4) {
+    u[g + 0] = _mm256_shuffle_ps(t[g + 0], t[g + 2], 0x44);  // steps 0 and 4 of lines g .. g + 3
+    u[g + 1] = _mm256_shuffle_ps(t[g + 0], t[g + 2], 0xee);  // steps 1 and 5
+    u[g + 2] = _mm256_shuffle_ps(t[g + 1], t[g + 3], 0x44);  // steps 2 and 6
+    u[g + 3] = _mm256_shuffle_ps(t[g + 1], t[g + 3], 0xee);  // steps 3 and 7
+  }
+  const __m256 f = _mm256_set1_ps(factor);
+  for (int q = 0; q < 4; ++q) {
+    __m256 low = _mm256_permute2f128_ps(u[q], u[q + 4], 0x20), high = _mm256_permute2f128_ps(u[q], u[q + 4], 0x31);
+    if constexpr (MODE != VRX_MICRO_SCALE_NONE) low = _mm256_mul_ps(f, low), high = _mm256_mul_ps(f, high);
+    _mm256_storeu_ps(o + q * h, low);
+    _mm256_storeu_ps(o + (q + 4) * h, high);
+  }
+}
+
+// Across: line r starts at src + r * ld and its steps are contiguous. Single-precision
+// panels of a multiple of eight lines go through square transposes; otherwise runs of
+// four steps are taken per line so that each line is read a piece at a time.
 template <int H, int MODE, bool CONJ, typename T>
 void vrx_micro_copy_across(const T* __restrict src, vrx_int ld, vrx_int kb, T* __restrict out, T f) {
   constexpr int run_bytes = 4 * int(sizeof(T));
   vrx_int l = 0;
+  if constexpr (std::is_same_v<T, float> && H % 8 == 0) {
+    for (; l + 8 <= kb; l += 8) {
+      if ((l & 8) == 0)
+        for (int r = 0; r < H; ++r) __builtin_prefetch(src + (r + H) * ld + l, 0, 2);
+      for (int r = 0; r < H; r += 8) vrx_micro_transpose8<MODE>(src + r * ld + l, ld, out + l * H + r, H, f);
+    }
+  }
   for (; l + 4 <= kb; l += 4) {
     // The next panel's lines start H lines on; one prefetch per line and cache line.
     if constexpr (H >= 4)
