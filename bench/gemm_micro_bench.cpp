@@ -79,8 +79,8 @@ void run(const char* name, const vrx_gemm_micro_kernels<T>& t, double peak, vrx_
     const vrx_int ld = transposed ? cols : rows;
     T* out = is_a ? pa.data() : pb.data();
     const auto& pack = (is_a ? t.pack_a : t.pack_b)[transposed ? VRX_MICRO_TRANSPOSED : VRX_MICRO_PLAIN];
-    pack_share[p] = bench_best_seconds(10, [&] { pack(src.data(), ld, rows, cols, factor, out); }, bench_thread_cpu_now) /
-                    kernel_seconds;
+    const auto body = [&] { pack(src.data(), ld, rows, cols, factor, out); };
+    pack_share[p] = bench_best_seconds(10, body, bench_thread_cpu_now) / kernel_seconds;
   }
   std::printf("%s_packs_vs_kernel a_n %.3f a_t %.3f b_n %.3f b_t %.3f\n", name, pack_share[0], pack_share[1],
               pack_share[2], pack_share[3]);

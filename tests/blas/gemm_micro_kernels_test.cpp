@@ -192,7 +192,9 @@ void check_packs(const vrx_gemm_micro_kernels<T>& t) {
                 const T v = is_a ? x[i + l * rows] : x[l + i * rows];
                 const wide_complex<T> want = widen(f) * widen(v);
                 const wide_complex<T> got = widen(out[packed_index(lines, steps, extent, i, l)]);
-                ASSERT_LE(std::abs(got - want), 4 * eps<T>() * std::abs(widen(f)) * std::abs(widen(v))) << "line " << i << " step " << l;
+                const double scale = static_cast<double>(std::abs(widen(f)) * std::abs(widen(v)));
+                ASSERT_LE(static_cast<double>(std::abs(got - want)), 4 * eps<T>() * scale)
+                    << "line " << i << " step " << l;
               }
             for (std::size_t g = count; g < out.size(); ++g) ASSERT_TRUE(same_bits(out[g], guard)) << "past " << g;
           }
