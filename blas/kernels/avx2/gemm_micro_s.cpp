@@ -8,4 +8,4 @@ constexpr int widest = 8;  // reals in the class's widest vector
 constexpr int ahead = 768;  // bytes of A prefetched ahead in the k loop (B: half of it)
 }  // namespace
 
-const vrx_gemm_micro_kernels<float> vrx_gemm_micro_s_avx2 = vrx_micro_class_table<float, widest, mr, nr, ahead>();
+constinit const vrx_gemm_micro_kernels<float> vrx_gemm_micro_s_avx2 = vrx_micro_class_table<float, widest, mr, nr, ahead>();

@@ -8,5 +8,5 @@ constexpr int widest = 16;  // reals in the class's widest vector
 constexpr int ahead = 768;  // bytes of A prefetched ahead in the k loop (B: half of it)
 }  // namespace
 
-const vrx_gemm_micro_kernels<vrx_complex_float> vrx_gemm_micro_c_avx512 =
+constinit const vrx_gemm_micro_kernels<vrx_complex_float> vrx_gemm_micro_c_avx512 =
     vrx_micro_class_table<vrx_complex_float, widest, mr, nr, ahead>();
