@@ -1,7 +1,10 @@
 // Level-2 kernel bodies, written once over the element type and compiled in each class
 // folder with that class's vector width (see vrx_simd.h). Column-major A; beta and the
 // published argument rules are handled by the callers.
+// Complex data runs as interleaved (re, im) pairs with the pair helpers of the level-1
+// bodies.
 #pragma once
+#include "blas/kernels/level1_body.h"
 #include "blas/kernels/vrx_simd.h"
 #include "blas/vrx_level12.h"
 
@@ -157,13 +160,166 @@ T l2_axpy_dot(vrx_int n, T alpha, const T* a, const T* x, T* y) {
   return s;
 }
 
+// ---- complex ----
+constexpr int l2c_columns = 4;  // columns per pass, both complex forms
+
+// y[0:m] += sum of t[q] c[q][0:m] over NC complex columns.
+template <int NC, typename R>
+void l2c_gemv_n_pass(vrx_int m, const vrx_complex<R>* const* c, const vrx_complex<R>* t, vrx_complex<R>* y) {
+  typedef vrx_vec_t<R> V;
+  constexpr int P = vrx_lanes<R> / 2;
+  V tr[NC], ti[NC];
+  for (int q = 0; q < NC; ++q) {
+    tr[q] = vrx_splat<V>(t[q].re);
+    ti[q] = l1_signed_pairs<R>(t[q].im);
+  }
+  R* yr = &y->re;
+  vrx_int i = 0;
+  for (; i + P <= m; i += P) {
+    V acc = vrx_load<V>(yr + 2 * i);
+    for (int q = 0; q < NC; ++q) {
+      const V a = vrx_load<V>(&c[q][i].re);
+      acc += tr[q] * a + ti[q] * l1_swap_pairs<R>(a);
+    }
+    vrx_store(yr + 2 * i, acc);
+  }
+  for (; i < m; ++i)
+    for (int q = 0; q < NC; ++q) {
+      const vrx_complex<R> p = l1_cmul(t[q], c[q][i]);
+      y[i].re += p.re;
+      y[i].im += p.im;
+    }
+}
+
+template <typename R>
+void l2c_gemv_n(vrx_int m, vrx_int n, vrx_complex<R> alpha, const vrx_complex<R>* a, vrx_int lda,
+                const vrx_complex<R>* x, vrx_int incx, vrx_complex<R>* y) {
+  vrx_int j = 0;
+  for (; j + l2c_columns <= n; j += l2c_columns) {
+    const vrx_complex<R>* c[l2c_columns];
+    vrx_complex<R> t[l2c_columns];
+    for (int q = 0; q < l2c_columns; ++q) {
+      c[q] = a + (j + q) * lda;
+      t[q] = l1_cmul(alpha, x[(j + q) * incx]);
+    }
+    l2c_gemv_n_pass<l2c_columns>(m, c, t, y);
+  }
+  for (; j < n; ++j) {
+    const vrx_complex<R>* c = a + j * lda;
+    const vrx_complex<R> t = l1_cmul(alpha, x[j * incx]);
+    l2c_gemv_n_pass<1>(m, &c, &t, y);
+  }
+}
+
+// r[q] = c[q]^T x or c[q]^H x over NC columns: per register p = c x and q = c swap(x).
+template <int NC, typename R, bool Conj>
+void l2c_gemv_t_pass(vrx_int m, const vrx_complex<R>* const* c, const vrx_complex<R>* x, vrx_complex<R>* r) {
+  typedef vrx_vec_t<R> V;
+  constexpr int P = vrx_lanes<R> / 2;
+  V p[NC], q[NC];
+  for (int k = 0; k < NC; ++k) p[k] = q[k] = V{};
+  const R* xr = &x->re;
+  vrx_int i = 0;
+  for (; i + P <= m; i += P) {
+    const V xv = vrx_load<V>(xr + 2 * i), xs = l1_swap_pairs<R>(xv);
+    for (int k = 0; k < NC; ++k) {
+      const V a = vrx_load<V>(&c[k][i].re);
+      p[k] += a * xv;
+      q[k] += a * xs;
+    }
+  }
+  for (int k = 0; k < NC; ++k) {
+    R re, im;
+    if (Conj) {
+      re = l1_sum_even<R>(p[k]) + l1_sum_odd<R>(p[k]);
+      im = l1_sum_even<R>(q[k]) - l1_sum_odd<R>(q[k]);
+    } else {
+      re = l1_sum_even<R>(p[k]) - l1_sum_odd<R>(p[k]);
+      im = l1_sum_even<R>(q[k]) + l1_sum_odd<R>(q[k]);
+    }
+    for (vrx_int e = i; e < m; ++e) {
+      const R ar = c[k][e].re, ai = Conj ? -c[k][e].im : c[k][e].im;
+      re += ar * x[e].re - ai * x[e].im;
+      im += ar * x[e].im + ai * x[e].re;
+    }
+    r[k] = {re, im};
+  }
+}
+
+template <int NC, typename R, bool Conj>
+vrx_int l2c_gemv_t_columns(vrx_int j, vrx_int m, vrx_int n, vrx_complex<R> alpha, const vrx_complex<R>* a,
+                           vrx_int lda, const vrx_complex<R>* x, vrx_complex<R>* y, vrx_int incy) {
+  for (; j + NC <= n; j += NC) {
+    const vrx_complex<R>* c[NC];
+    vrx_complex<R> r[NC];
+    for (int q = 0; q < NC; ++q) c[q] = a + (j + q) * lda;
+    l2c_gemv_t_pass<NC, R, Conj>(m, c, x, r);
+    for (int q = 0; q < NC; ++q) {
+      const vrx_complex<R> t = l1_cmul(alpha, r[q]);
+      y[(j + q) * incy].re += t.re;
+      y[(j + q) * incy].im += t.im;
+    }
+  }
+  return j;
+}
+
+// y[j * incy] += alpha A(:, j)^T x (or ^H), x with unit stride.
+template <typename R, bool Conj>
+void l2c_gemv_t(vrx_int m, vrx_int n, vrx_complex<R> alpha, const vrx_complex<R>* a, vrx_int lda,
+                const vrx_complex<R>* x, vrx_complex<R>* y, vrx_int incy) {
+  const vrx_int j = l2c_gemv_t_columns<l2c_columns, R, Conj>(0, m, n, alpha, a, lda, x, y, incy);
+  l2c_gemv_t_columns<1, R, Conj>(j, m, n, alpha, a, lda, x, y, incy);
+}
+
+// y += alpha a and the product a^T x (or a^H x) in the same pass.
+template <typename R, bool Conj>
+vrx_complex<R> l2c_axpy_dot(vrx_int n, vrx_complex<R> alpha, const vrx_complex<R>* a, const vrx_complex<R>* x,
+                            vrx_complex<R>* y) {
+  typedef vrx_vec_t<R> V;
+  constexpr int P = vrx_lanes<R> / 2;
+  const V ar = vrx_splat<V>(alpha.re), ai = l1_signed_pairs<R>(alpha.im);
+  V p = {}, q = {};
+  R* yr = &y->re;
+  vrx_int i = 0;
+  for (; i + P <= n; i += P) {
+    const V c = vrx_load<V>(&a[i].re), xv = vrx_load<V>(&x[i].re);
+    vrx_store(yr + 2 * i, vrx_load<V>(yr + 2 * i) + (ar * c + ai * l1_swap_pairs<R>(c)));
+    p += c * xv;
+    q += c * l1_swap_pairs<R>(xv);
+  }
+  R re, im;
+  if (Conj) {
+    re = l1_sum_even<R>(p) + l1_sum_odd<R>(p);
+    im = l1_sum_even<R>(q) - l1_sum_odd<R>(q);
+  } else {
+    re = l1_sum_even<R>(p) - l1_sum_odd<R>(p);
+    im = l1_sum_even<R>(q) + l1_sum_odd<R>(q);
+  }
+  for (; i < n; ++i) {
+    const vrx_complex<R> t = l1_cmul(alpha, a[i]);
+    y[i].re += t.re;
+    y[i].im += t.im;
+    const R cr = a[i].re, ci = Conj ? -a[i].im : a[i].im;
+    re += cr * x[i].re - ci * x[i].im;
+    im += cr * x[i].im + ci * x[i].re;
+  }
+  return {re, im};
+}
+
 template <typename T>
 constexpr vrx_level2_kernels<T> l2_table() {
-  return {l2_gemv_n<T>, l2_gemv_t<T>, l2_axpy_dot<T>};
+  return {l2_gemv_n<T>, l2_gemv_t<T>, l2_gemv_t<T>, l2_axpy_dot<T>, l2_axpy_dot<T>};
+}
+
+template <typename R>
+constexpr vrx_level2_kernels<vrx_complex<R>> l2c_table() {
+  return {l2c_gemv_n<R>, l2c_gemv_t<R, false>, l2c_gemv_t<R, true>, l2c_axpy_dot<R, false>, l2c_axpy_dot<R, true>};
 }
 }  // namespace
 
-// Defines the level-2 tables of one class, for both element types.
-#define VRX_LEVEL2_TABLES(cls)                                                  \
-  const vrx_level2_kernels<double> vrx_blas_level2_d_##cls = l2_table<double>(); \
-  const vrx_level2_kernels<float> vrx_blas_level2_s_##cls = l2_table<float>();
+// Defines the level-2 tables of one class, for the four element types.
+#define VRX_LEVEL2_TABLES(cls)                                                                \
+  const vrx_level2_kernels<double> vrx_blas_level2_d_##cls = l2_table<double>();               \
+  const vrx_level2_kernels<float> vrx_blas_level2_s_##cls = l2_table<float>();                 \
+  const vrx_level2_kernels<vrx_complex_float> vrx_blas_level2_c_##cls = l2c_table<float>();    \
+  const vrx_level2_kernels<vrx_complex_double> vrx_blas_level2_z_##cls = l2c_table<double>();

@@ -1,4 +1,4 @@
-// DGEMV and SGEMV: the published argument checks in front of the engine's GEMV.
+// SGEMV, DGEMV, CGEMV and ZGEMV: the published argument checks in front of the engine's GEMV.
 #include "blas/level2/level2_common.h"
 #include "blas/vrx_blas.h"
 
@@ -16,6 +16,15 @@ bool gemv_arguments_bad(const char* name, const char* trans, vrx_int m, vrx_int 
   if (position) vrx_l2_report(name, position);
   return position != 0;
 }
+
+// The members without threads: checks, the quick return, then the sequential GEMV.
+template <typename T>
+void gemv_sequential_checked(const char* name, const char* trans, vrx_int m, vrx_int n, T alpha, const T* a,
+                             vrx_int lda, const T* x, vrx_int incx, T beta, T* y, vrx_int incy) {
+  if (gemv_arguments_bad<T>(name, trans, m, n, lda, incx, incy)) return;
+  if (vrx_traits<T>::is_zero(alpha) && vrx_traits<T>::is_one(beta)) return;
+  vrx_blas_gemv_sequential(trans, m, n, alpha, a, lda, x, incx, beta, y, incy);
+}
 }  // namespace
 
 void DGEMV(const char* trans, const vrx_int* m, const vrx_int* n, const double* alpha, const double* a,
@@ -28,7 +37,17 @@ void DGEMV(const char* trans, const vrx_int* m, const vrx_int* n, const double* 
 
 void SGEMV(const char* trans, const vrx_int* m, const vrx_int* n, const float* alpha, const float* a,
            const vrx_int* lda, const float* x, const vrx_int* incx, const float* beta, float* y, const vrx_int* incy) {
-  if (gemv_arguments_bad<float>("SGEMV ", trans, *m, *n, *lda, *incx, *incy)) return;
-  if (*alpha == 0.0f && *beta == 1.0f) return;
-  vrx_blas_gemv_sequential(trans, *m, *n, *alpha, a, *lda, x, *incx, *beta, y, *incy);
+  gemv_sequential_checked("SGEMV ", trans, *m, *n, *alpha, a, *lda, x, *incx, *beta, y, *incy);
+}
+
+void CGEMV(const char* trans, const vrx_int* m, const vrx_int* n, const vrx_complex_float* alpha,
+           const vrx_complex_float* a, const vrx_int* lda, const vrx_complex_float* x, const vrx_int* incx,
+           const vrx_complex_float* beta, vrx_complex_float* y, const vrx_int* incy) {
+  gemv_sequential_checked("CGEMV ", trans, *m, *n, *alpha, a, *lda, x, *incx, *beta, y, *incy);
+}
+
+void ZGEMV(const char* trans, const vrx_int* m, const vrx_int* n, const vrx_complex_double* alpha,
+           const vrx_complex_double* a, const vrx_int* lda, const vrx_complex_double* x, const vrx_int* incx,
+           const vrx_complex_double* beta, vrx_complex_double* y, const vrx_int* incy) {
+  gemv_sequential_checked("ZGEMV ", trans, *m, *n, *alpha, a, *lda, x, *incx, *beta, y, *incy);
 }

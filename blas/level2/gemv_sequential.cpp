@@ -1,6 +1,6 @@
-// y := alpha op(A) x + beta y on one thread. beta first (0 stores zeros without reading y),
+// y := alpha op(A) x + beta y on one thread, op one of A, A^T and (complex data) A^H. beta first (0 stores zeros without reading y),
 // then the dispatched kernels. A strided vector that the kernels want contiguous (y for
-// "N", x otherwise) goes through a 4096-byte buffer, 512 doubles at a time; without the
+// "N", x otherwise) goes through a 4096-byte buffer, 512 doubles (256 double-complex elements) at a time; without the
 // buffer the strided loops run.
 #include "blas/vrx_blas.h"
 #include "blas/vrx_level12.h"
@@ -47,33 +47,30 @@ void vrx_blas_gemv_sequential(const char* trans, vrx_int m, vrx_int n, T alpha, 
   }
   if (tr::is_zero(alpha)) return;
   const T* x0 = x + vrx_blas_first_index(lenx, incx);
-  if constexpr (vrx_is_complex<T>) {
-    strided_product(code, m, n, alpha, a, lda, x0, incx, y0, incy);
-  } else {
-    const vrx_level2_kernels<T>* k = vrx_blas_level2<T>();
+  const vrx_level2_kernels<T>* k = vrx_blas_level2<T>();
+  const auto transposed = code == 2 ? k->gemv_c : k->gemv_t;
 
-    if (plain ? incy == 1 : incx == 1) {
-      if (plain) k->gemv_n(m, n, alpha, a, lda, x0, incx, y0);
-      else k->gemv_t(m, n, alpha, a, lda, x0, y0, incy);
-      return;
-    }
-    T* buffer = static_cast<T*>(vrx_serv_malloc(buffer_bytes, 128));
-    if (!buffer) return strided_product(code, m, n, alpha, a, lda, x0, incx, y0, incy);
-    // Both forms walk the rows of A in pieces that fit the buffer.
-    constexpr vrx_int piece = static_cast<vrx_int>(buffer_bytes / sizeof(T));
-    for (vrx_int r = 0; r < m; r += piece) {
-      const vrx_int rows = m - r < piece ? m - r : piece;
-      if (plain) {
-        for (vrx_int i = 0; i < rows; ++i) buffer[i] = y0[(r + i) * incy];
-        k->gemv_n(rows, n, alpha, a + r, lda, x0, incx, buffer);
-        for (vrx_int i = 0; i < rows; ++i) y0[(r + i) * incy] = buffer[i];
-      } else {
-        for (vrx_int i = 0; i < rows; ++i) buffer[i] = x0[(r + i) * incx];
-        k->gemv_t(rows, n, alpha, a + r, lda, buffer, y0, incy);
-      }
-    }
-    vrx_serv_free(buffer);
+  if (plain ? incy == 1 : incx == 1) {
+    if (plain) k->gemv_n(m, n, alpha, a, lda, x0, incx, y0);
+    else transposed(m, n, alpha, a, lda, x0, y0, incy);
+    return;
   }
+  T* buffer = static_cast<T*>(vrx_serv_malloc(buffer_bytes, 128));
+  if (!buffer) return strided_product(code, m, n, alpha, a, lda, x0, incx, y0, incy);
+  // Both forms walk the rows of A in pieces that fit the buffer.
+  constexpr vrx_int piece = static_cast<vrx_int>(buffer_bytes / sizeof(T));
+  for (vrx_int r = 0; r < m; r += piece) {
+    const vrx_int rows = m - r < piece ? m - r : piece;
+    if (plain) {
+      for (vrx_int i = 0; i < rows; ++i) buffer[i] = y0[(r + i) * incy];
+      k->gemv_n(rows, n, alpha, a + r, lda, x0, incx, buffer);
+      for (vrx_int i = 0; i < rows; ++i) y0[(r + i) * incy] = buffer[i];
+    } else {
+      for (vrx_int i = 0; i < rows; ++i) buffer[i] = x0[(r + i) * incx];
+      transposed(rows, n, alpha, a + r, lda, buffer, y0, incy);
+    }
+  }
+  vrx_serv_free(buffer);
 }
 
 template void vrx_blas_gemv_sequential<double>(const char*, vrx_int, vrx_int, double, const double*, vrx_int,

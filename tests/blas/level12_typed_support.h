@@ -2,16 +2,12 @@
 // (double for S and C, long double for D and Z), random data, and error bounds in the
 // precision under test.
 #pragma once
-#include <gtest/gtest.h>
-
 #include <cmath>
 #include <complex>
 #include <limits>
 #include <vector>
 #include "service/vrx_traits.h"
 #include "service/vrx_types.h"
-
-typedef ::testing::Types<float, double, vrx_complex_float, vrx_complex_double> level12_types;
 
 template <typename T>
 struct level12_wide;
@@ -54,6 +50,12 @@ long double wide_abs(wide_t<T> w) {
 template <typename T>
 wide_t<T> wide_conj(wide_t<T> w) {
   if constexpr (vrx_is_complex<T>) return std::conj(w);
+  else return w;
+}
+
+template <typename T>
+auto wide_real(wide_t<T> w) {
+  if constexpr (vrx_is_complex<T>) return w.real();
   else return w;
 }
 
@@ -108,12 +110,9 @@ long double unit_roundoff() {
 // |got - want| within `factor` units of roundoff of `scale` (the sum of the magnitudes of
 // the terms behind the result).
 template <typename T>
-::testing::AssertionResult near_wide(T got, wide_t<T> want, long double scale, long double factor) {
+bool near_wide(T got, wide_t<T> want, long double scale, long double factor) {
   const long double error = wide_abs<T>(widen(got) - want);
-  const long double bound = factor * unit_roundoff<T>() * scale + std::numeric_limits<vrx_real_t<T>>::denorm_min();
-  if (error <= bound) return ::testing::AssertionSuccess();
-  return ::testing::AssertionFailure() << "error " << static_cast<double>(error) << " above "
-                                       << static_cast<double>(bound);
+  return error <= factor * unit_roundoff<T>() * scale + std::numeric_limits<vrx_real_t<T>>::denorm_min();
 }
 
 // Logical element i of a vector of n elements with increment inc (negative: from the far end).

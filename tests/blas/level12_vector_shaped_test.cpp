@@ -8,6 +8,7 @@
 namespace {
 template <typename T>
 class VectorShaped : public ::testing::Test {};
+typedef ::testing::Types<float, double, vrx_complex_float, vrx_complex_double> level12_types;
 TYPED_TEST_SUITE(VectorShaped, level12_types);
 
 // y := alpha op(A) x + beta y in the wider type, with the bound of each element.
