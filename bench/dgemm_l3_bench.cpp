@@ -91,7 +91,7 @@ double peer(bench_cblas_dgemm_fn dgemm, const shape& s, operands& o, int repeats
 }
 // The register-block kernel alone on packed panels already in cache: m by n by k, repeated.
 void kernel_alone(int cpu, int m, int n, int k, int ldc) {
-  const vrx_l3_dgemm_kernels* kernels = vrx_l3_kernels_for(cpu);
+  const vrx_l3_kernels<double>* kernels = vrx_l3_kernels_for<double>(cpu);
   std::vector<double> a(static_cast<size_t>(m) * k, 0.001), b(static_cast<size_t>(k) * n, 0.002),
       c(static_cast<size_t>(ldc) * n, 0.0);
   const shape s{m, n, k, 'N', 'N'};

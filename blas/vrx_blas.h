@@ -22,11 +22,6 @@ void vrx_blas_dgemm_gate(const char* transa, const char* transb, const vrx_int* 
 // result and the classic threaded road.
 vrx_gemm_fn_type<double> vrx_blas_dgemm, vrx_blas_dgemm_sequential, vrx_blas_dgemm_reference,
     vrx_blas_dgemm_classic;
-// Threaded team road; answers 0 when the call should run sequentially instead.
-int vrx_blas_dgemm_team_road(const char* transa, const char* transb, const vrx_int* m, const vrx_int* n,
-                             const vrx_int* k, const double* alpha, const double* a, const vrx_int* lda,
-                             const double* b, const vrx_int* ldb, const double* beta, double* c,
-                             const vrx_int* ldc);
 // 1: classic road (CPU types 0, 2, 3, 4); 2: team road (types 5 and 7).
 int vrx_blas_dgemm_road();
 
@@ -53,8 +48,9 @@ vrx_gemm_fn_type<vrx_complex_double> vrx_blas_zgemm, vrx_blas_zgemm_sequential, 
 template <typename T>
 vrx_gemm_fn<T> vrx_blas_gemm_classic_route(int cpu_type, int branch);
 
-// Transposition code of a character: N 0, T 1, C 2, anything else -1.
-inline int vrx_blas_trans_code(char t) {
+// Transposition code of a character: N 0, T 1, C 2, anything else -1. Internal linkage:
+// kernel classes compile their own copies.
+static inline int vrx_blas_trans_code(char t) {
   switch (t & ~0x20) {
     case 'N': return 0;
     case 'T': return 1;

@@ -2,15 +2,18 @@
 // C, so NaN in C does not survive. Internal linkage: each instruction class compiles its
 // own copy, so no copy built for wider registers can stand in for a baseline caller.
 #pragma once
+#include "service/vrx_traits.h"
 #include "service/vrx_types.h"
 
 namespace {
-inline void vrx_scale_matrix(vrx_int m, vrx_int n, double beta, double* c, vrx_int ldc) {
-  if (beta == 1.0) return;
+template <typename T>
+inline void vrx_scale_matrix(vrx_int m, vrx_int n, T beta, T* c, vrx_int ldc) {
+  typedef vrx_traits<T> tr;
+  if (tr::is_one(beta)) return;
   for (vrx_int j = 0; j < n; ++j) {
-    double* cj = c + j * ldc;
-    if (beta == 0.0)
-      for (vrx_int i = 0; i < m; ++i) cj[i] = 0.0;
+    T* cj = c + j * ldc;
+    if (tr::is_zero(beta))
+      for (vrx_int i = 0; i < m; ++i) cj[i] = T{};
     else
       for (vrx_int i = 0; i < m; ++i) cj[i] *= beta;
   }

@@ -4,8 +4,8 @@
 #include "blas/vrx_blas.h"
 #include "blas/vrx_l3.h"
 
-extern const vrx_l3_dgemm_kernels vrx_l3_dgemm_kernels_avx2;
-extern const vrx_l3_dgemm_kernels vrx_l3_dgemm_kernels_avx512;
+extern const vrx_l3_kernels<double> vrx_l3_dgemm_kernels_avx2;
+extern const vrx_l3_kernels<double> vrx_l3_dgemm_kernels_avx512;
 
 // Read A, B, C where they lie; any beta.
 vrx_gemm_fn_type<double> vrx_blas_dgemm_small_avx2, vrx_blas_dgemm_unpacked_avx2;

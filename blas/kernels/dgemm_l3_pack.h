@@ -134,7 +134,7 @@ void vrx_l3_pack_lines(const double* src, vrx_int ld, vrx_int line_step, vrx_int
 // op(A) block of source->rows by source->cols. As stored the rows of a column are
 // contiguous (along); transposed, the k values of a row are (across).
 template <int MR, bool TRANSPOSED>
-void vrx_l3_pack_a(const vrx_l3_view* source, const vrx_l3_view* target, double factor, vrx_int offset) {
+void vrx_l3_pack_a(const vrx_l3_view<double>* source, const vrx_l3_view<double>* target, double factor, vrx_int offset) {
   const double* src = source->address(0, 0, source);
   double* out = target->data + offset * source->cols;
   if constexpr (!TRANSPOSED) vrx_l3_pack_lines<MR, true>(src, source->ld, 1, source->rows, source->cols, out, factor);
@@ -144,7 +144,7 @@ void vrx_l3_pack_a(const vrx_l3_view* source, const vrx_l3_view* target, double 
 // op(B) block of source->rows (k) by source->cols. As stored a column's k values are
 // contiguous (across the panel); transposed, the columns of one k step are (along).
 template <int NR, bool TRANSPOSED>
-void vrx_l3_pack_b(const vrx_l3_view* source, const vrx_l3_view* target, double factor, vrx_int offset) {
+void vrx_l3_pack_b(const vrx_l3_view<double>* source, const vrx_l3_view<double>* target, double factor, vrx_int offset) {
   const double* src = source->address(0, 0, source);
   double* out = target->data + offset * source->rows;
   if constexpr (TRANSPOSED) vrx_l3_pack_lines<NR, true>(src, source->ld, 1, source->cols, source->rows, out, factor);

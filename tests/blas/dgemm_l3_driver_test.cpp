@@ -14,23 +14,23 @@ bool has_cpu(int cpu) { return cpu == VRX_CPU_AVX512 ? l3_has_avx512() : l3_has_
 const int cpus[] = {VRX_CPU_AVX2, VRX_CPU_AVX512};
 
 struct setup {
-  vrx_l3_call call;
-  vrx_l3_view a, b, c;
+  vrx_l3_call<double> call;
+  vrx_l3_view<double> a, b, c;
   vrx_l3_kernel_shape shape;
-  vrx_l3_ops ops;
+  vrx_l3_ops<double> ops;
 };
 
 setup make_setup(int cpu, char ta, char tb, vrx_int m, vrx_int n, vrx_int k, const double* a, vrx_int lda,
                  const double* b, vrx_int ldb, double* c, vrx_int ldc, double alpha, double beta,
-                 const vrx_l3_team* team = nullptr) {
+                 const vrx_l3_team<double>* team = nullptr) {
   setup s;
   s.call = vrx_l3_gemm_call(&ta, &tb, alpha, beta);
   s.call.transa = s.call.transb = nullptr;  // the characters are locals of this function
   s.a = vrx_l3_make_view(a, m, k, lda, vrx_l3_layout_flag(ta));
   s.b = vrx_l3_make_view(b, k, n, ldb, vrx_l3_layout_flag(tb));
   s.c = vrx_l3_make_c_view(c, m, n, ldc);
-  EXPECT_EQ(vrx_l3_init_shape_for(cpu, team, &s.shape), 1);
-  EXPECT_EQ(vrx_l3_init_ops_with(vrx_l3_kernels_for(cpu), &s.call, &s.a, &s.b, &s.c, &s.shape, &s.ops), 1);
+  EXPECT_EQ(vrx_l3_init_shape_for<double>(cpu, team, &s.shape), 1);
+  EXPECT_EQ(vrx_l3_init_ops_with(vrx_l3_kernels_for<double>(cpu), &s.call, &s.a, &s.b, &s.c, &s.shape, &s.ops), 1);
   return s;
 }
 
@@ -55,8 +55,8 @@ void* counting_failing_alloc(std::size_t, int) {
 
 TEST(DgemmL3Driver, BlockRule) {
   vrx_l3_kernel_shape s5, s7;
-  vrx_l3_init_shape_for(VRX_CPU_AVX2, nullptr, &s5);
-  vrx_l3_init_shape_for(VRX_CPU_AVX512, nullptr, &s7);
+  vrx_l3_init_shape_for<double>(VRX_CPU_AVX2, nullptr, &s5);
+  vrx_l3_init_shape_for<double>(VRX_CPU_AVX512, nullptr, &s7);
   EXPECT_EQ(s5.mr, 12);
   EXPECT_EQ(s5.nr, 4);
   EXPECT_EQ(s7.mr, 24);
@@ -66,11 +66,11 @@ TEST(DgemmL3Driver, BlockRule) {
   s7.mr = 3;
   EXPECT_EQ(s7.check(&s7), 0);
   EXPECT_EQ(s7.mr, 24);
-  vrx_l3_team team{};
+  vrx_l3_team<double> team{};
   team.team_mode = 1;
-  vrx_l3_init_shape_for(VRX_CPU_AVX512, &team, &s7);
+  vrx_l3_init_shape_for<double>(VRX_CPU_AVX512, &team, &s7);
   EXPECT_EQ(s7.team_mode, 4u);
-  vrx_l3_init_shape_for(VRX_CPU_AVX512, nullptr, &s7);
+  vrx_l3_init_shape_for<double>(VRX_CPU_AVX512, nullptr, &s7);
 
   struct row {
     const vrx_l3_kernel_shape* shape;
@@ -82,8 +82,8 @@ TEST(DgemmL3Driver, BlockRule) {
       {&s7, 100, 100, 768, 120, 104, 384}, {&s7, 9000, 9000, 5000, 4992, 192, 384}, {&s7, 5, 5, 48, 24, 8, 128},
   };
   for (const row& r : rows) {
-    vrx_l3_blocking bl{};
-    vrx_l3_blocking_rule(r.m, r.n, r.k, r.shape, &bl);
+    vrx_l3_blocking<double> bl{};
+    vrx_l3_blocking_rule<double>(r.m, r.n, r.k, r.shape, &bl);
     EXPECT_EQ(bl.mc, r.mc) << r.m << " " << r.n << " " << r.k;
     EXPECT_EQ(bl.nc, r.nc) << r.m << " " << r.n << " " << r.k;
     EXPECT_EQ(bl.kc, r.kc) << r.m << " " << r.n << " " << r.k;
@@ -92,11 +92,11 @@ TEST(DgemmL3Driver, BlockRule) {
 
 TEST(DgemmL3Driver, BufferLayout) {
   vrx_l3_kernel_shape shape;
-  vrx_l3_init_shape_for(VRX_CPU_AVX512, nullptr, &shape);
+  vrx_l3_init_shape_for<double>(VRX_CPU_AVX512, nullptr, &shape);
   std::vector<double> a(1), b(1);
-  const vrx_l3_view va = vrx_l3_make_view(a.data(), 500, 600, 500, VRX_L3_PLAIN);
-  const vrx_l3_view vb = vrx_l3_make_view(b.data(), 600, 300, 600, VRX_L3_PLAIN);
-  vrx_l3_blocking bl;
+  const vrx_l3_view<double> va = vrx_l3_make_view(a.data(), 500, 600, 500, VRX_L3_PLAIN);
+  const vrx_l3_view<double> vb = vrx_l3_make_view(b.data(), 600, 300, 600, VRX_L3_PLAIN);
+  vrx_l3_blocking<double> bl;
   vrx_l3_blocking_init(&va, &vb, &shape, &bl);
   EXPECT_EQ(bl.kind, VRX_L3_BUFFER_BOTH);
   ASSERT_EQ(bl.allocate(&bl), 1);
@@ -104,29 +104,29 @@ TEST(DgemmL3Driver, BufferLayout) {
   EXPECT_EQ(at(bl.b_packed.data) % 4096, 768u);
   EXPECT_EQ(at(bl.a_packed.data) % 2097152, 1664u);
   EXPECT_GE(at(bl.a_packed.data), at(bl.b_packed.data + bl.nc * bl.kc));
-  const std::size_t bytes = vrx_l3_blocking_bytes(bl.kind, bl.mc, bl.nc, bl.kc);
+  const std::size_t bytes = vrx_l3_blocking_bytes<double>(bl.kind, bl.mc, bl.nc, bl.kc);
   EXPECT_EQ(bytes, static_cast<std::size_t>((bl.mc + bl.nc) * bl.kc * 8 + 4204928));
   EXPECT_LE(at(bl.a_packed.data + bl.mc * bl.kc), at(bl.raw) + bytes);
   std::memset(bl.a_packed.data, 0, static_cast<size_t>(bl.mc * bl.kc) * 8);  // the whole block is ours
   std::memset(bl.b_packed.data, 0, static_cast<size_t>(bl.nc * bl.kc) * 8);
   bl.release(&bl);
   EXPECT_EQ(bl.raw, nullptr);
-  EXPECT_EQ(vrx_l3_blocking_bytes(VRX_L3_BUFFER_B, 10, 20, 30), 20u * 30 * 8 + 8960);
-  EXPECT_EQ(vrx_l3_blocking_bytes(VRX_L3_BUFFER_A, 10, 20, 30), 10u * 30 * 8 + 4196992);
+  EXPECT_EQ(vrx_l3_blocking_bytes<double>(VRX_L3_BUFFER_B, 10, 20, 30), 20u * 30 * 8 + 8960);
+  EXPECT_EQ(vrx_l3_blocking_bytes<double>(VRX_L3_BUFFER_A, 10, 20, 30), 10u * 30 * 8 + 4196992);
 }
 
 // Packs op(A) (m by k, factor fa) and op(B) (k by n, factor fb) with one class's routines
 // for layout t, compares every packed value exactly, and checks that the last values sit
 // right at the end of each buffer (no padding).
-void check_packed_panels(const vrx_l3_dgemm_kernels* kern, vrx_int m, vrx_int n, vrx_int k, char t, double fa,
+void check_packed_panels(const vrx_l3_kernels<double>* kern, vrx_int m, vrx_int n, vrx_int k, char t, double fa,
                          double fb, vrx_int pad_a, vrx_int pad_b, unsigned seed) {
   const vrx_int lda = t == 'N' ? m + pad_a : k + pad_a, ldb = t == 'N' ? k + pad_b : n + pad_b;
   std::vector<double> a = vrx_test_random(static_cast<size_t>(lda * (t == 'N' ? k : m)), seed);
   std::vector<double> b = vrx_test_random(static_cast<size_t>(ldb * (t == 'N' ? n : k)), seed + 1);
-  const vrx_l3_view va = vrx_l3_make_view(a.data(), m, k, lda, vrx_l3_layout_flag(t));
-  const vrx_l3_view vb = vrx_l3_make_view(b.data(), k, n, ldb, vrx_l3_layout_flag(t));
+  const vrx_l3_view<double> va = vrx_l3_make_view(a.data(), m, k, lda, vrx_l3_layout_flag(t));
+  const vrx_l3_view<double> vb = vrx_l3_make_view(b.data(), k, n, ldb, vrx_l3_layout_flag(t));
   std::vector<double> pa(static_cast<size_t>(m * k), -99.0), pb(static_cast<size_t>(k * n), -99.0);
-  vrx_l3_view ta{}, tb{};
+  vrx_l3_view<double> ta{}, tb{};
   ta.data = pa.data(), ta.rows = m, ta.cols = k, ta.ld = kern->mr, ta.address = vrx_l3_packed_a_address;
   tb.data = pb.data(), tb.rows = k, tb.cols = n, tb.ld = kern->nr, tb.address = vrx_l3_packed_b_address;
   (t == 'N' ? kern->pack_a_plain : kern->pack_a_transposed)(&va, &ta, fa, 0);
@@ -147,7 +147,7 @@ TEST(DgemmL3Driver, PackedPanelFormatWithPowerOfTwoTails) {
   for (int cpu : cpus) {
     if (!has_cpu(cpu)) continue;
     const vrx_int m = 23 + (cpu == VRX_CPU_AVX512 ? 24 : 0), n = 7 + (cpu == VRX_CPU_AVX512 ? 8 : 0), k = 5;
-    for (char t : {'N', 'T'}) check_packed_panels(vrx_l3_kernels_for(cpu), m, n, k, t, -2.0, 1.0, t == 'N' ? 1 : 2,
+    for (char t : {'N', 'T'}) check_packed_panels(vrx_l3_kernels_for<double>(cpu), m, n, k, t, -2.0, 1.0, t == 'N' ? 1 : 2,
                                                   t == 'N' ? 3 : 1, 4);
   }
 }
@@ -157,7 +157,7 @@ TEST(DgemmL3Driver, PackedPanelsAcrossSquareBlocksAndRemainders) {
   // them, and the factor is applied once per value.
   for (int cpu : cpus) {
     if (!has_cpu(cpu)) continue;
-    const vrx_l3_dgemm_kernels* kern = vrx_l3_kernels_for(cpu);
+    const vrx_l3_kernels<double>* kern = vrx_l3_kernels_for<double>(cpu);
     for (vrx_int k : {4, 8, 13, 19, 35})
       for (char t : {'N', 'T'}) check_packed_panels(kern, 2 * kern->mr + 7, 2 * kern->nr + 3, k, t, 0.3, -1.7, 3, 5, 6);
   }
@@ -224,11 +224,11 @@ TEST(DgemmL3Driver, CooperatingDriverOnASharedPackedBlock) {
     std::vector<double> b = vrx_test_random(static_cast<size_t>(ldb * n), 71);
     std::vector<double> c = vrx_test_random(static_cast<size_t>(ldc * n), 72);
     const std::vector<double> c0 = c;
-    vrx_l3_team team{};
+    vrx_l3_team<double> team{};
     team.team_mode = 1;
     setup s = make_setup(cpu, 'T', 'N', m, n, k, a.data(), lda, b.data(), ldb, c.data(), ldc, -0.5, 3.0, &team);
     ASSERT_EQ(s.ops.driver, vrx_l3_driver_cooperating);
-    vrx_l3_blocking bl;
+    vrx_l3_blocking<double> bl;
     vrx_l3_blocking_init(&s.a, &s.b, &s.shape, &bl);
     ASSERT_EQ(bl.allocate(&bl), 1);
     bl.a_packed.rows = m;
@@ -251,7 +251,7 @@ TEST(DgemmL3Driver, KindsWithoutOperationsAreRefused) {
   EXPECT_EQ(s.ops.min_m, 8);
   EXPECT_EQ(s.ops.min_n, 4);
   s.call.kind = VRX_L3_TRSM;
-  EXPECT_EQ(vrx_l3_init_ops_with(vrx_l3_kernels_for(VRX_CPU_AVX2), &s.call, &s.a, &s.b, &s.c, &s.shape, &s.ops), 0);
+  EXPECT_EQ(vrx_l3_init_ops_with(vrx_l3_kernels_for<double>(VRX_CPU_AVX2), &s.call, &s.a, &s.b, &s.c, &s.shape, &s.ops), 0);
   EXPECT_EQ(vrx_l3_init_ops_with(nullptr, &s.call, &s.a, &s.b, &s.c, &s.shape, &s.ops), 0);
 }
 

@@ -113,17 +113,17 @@ inline bool team_runs_type(int cpu) {
 // GEMM entry would after its cost model; `c` starts as the problem's C.
 inline std::vector<double> team_run(const team_problem& p, int cpu, int threads, unsigned road = 2) {
   std::vector<double> c = p.c0;
-  vrx_l3_team team{};
+  vrx_l3_team<double> team{};
   team.cpu = static_cast<std::uint32_t>(cpu);
   team.max_threads = threads;
   team.threads = threads;
   team.road = road;
   team.group = -1;
-  const vrx_l3_call call = vrx_l3_gemm_call(&p.ta, &p.tb, p.alpha, p.beta);
-  const vrx_l3_view va = vrx_l3_make_view(p.a.data(), p.m, p.k, p.lda, vrx_l3_layout_flag(p.ta));
-  const vrx_l3_view vb = vrx_l3_make_view(p.b.data(), p.k, p.n, p.ldb, vrx_l3_layout_flag(p.tb));
-  const vrx_l3_view vc = vrx_l3_make_c_view(c.data(), p.m, p.n, p.ldc);
-  vrx_blas_dgemm_team(&call, &va, &vb, &vc, &team);
+  const vrx_l3_call<double> call = vrx_l3_gemm_call(&p.ta, &p.tb, p.alpha, p.beta);
+  const vrx_l3_view<double> va = vrx_l3_make_view(p.a.data(), p.m, p.k, p.lda, vrx_l3_layout_flag(p.ta));
+  const vrx_l3_view<double> vb = vrx_l3_make_view(p.b.data(), p.k, p.n, p.ldb, vrx_l3_layout_flag(p.tb));
+  const vrx_l3_view<double> vc = vrx_l3_make_c_view(c.data(), p.m, p.n, p.ldc);
+  vrx_blas_gemm_team(&call, &va, &vb, &vc, &team);
   return c;
 }
 

@@ -5,8 +5,8 @@
 #include "blas/level3/team/vrx_l3_team.h"
 
 namespace {
-vrx_l3_team layout(int cpu, int threads, vrx_int m, vrx_int n, vrx_int k, unsigned road = 2) {
-  vrx_l3_team team{};
+vrx_l3_team<double> layout(int cpu, int threads, vrx_int m, vrx_int n, vrx_int k, unsigned road = 2) {
+  vrx_l3_team<double> team{};
   team.cpu = static_cast<std::uint32_t>(cpu);
   team.threads = threads;
   team.road = road;
@@ -22,7 +22,7 @@ struct expected_layout {
 };
 
 void expect_layout(const expected_layout& e) {
-  const vrx_l3_team t = layout(e.cpu, e.threads, e.m, e.n, e.k);
+  const vrx_l3_team<double> t = layout(e.cpu, e.threads, e.m, e.n, e.k);
   const std::string where = "type " + std::to_string(e.cpu) + " t=" + std::to_string(e.threads) +
                             " m=" + std::to_string(e.m) + " n=" + std::to_string(e.n) + " k=" + std::to_string(e.k);
   EXPECT_EQ(t.split, e.split) << where;
@@ -52,23 +52,23 @@ void expect_cover(vrx_l3_part (*cut)(vrx_int, vrx_int, vrx_int)) {
 }  // namespace
 
 TEST(TeamCostModel, SmallProductsStayOnOneThread) {
-  EXPECT_EQ(vrx_l3_team_thread_count(7, 32, 32, 8, 4), 1);     // cost 512
-  EXPECT_EQ(vrx_l3_team_thread_count(5, 16, 30, 50, 4), 1);    // cost 3000: never above 3000 t / (t - 1)
-  EXPECT_EQ(vrx_l3_team_thread_count(5, 16, 50, 60, 8), 1);    // cost 6000: the steps run out below t = 2
-  EXPECT_EQ(vrx_l3_team_thread_count(5, 1000, 1000, 1000, 1), 1);
-  EXPECT_EQ(vrx_l3_team_thread_count(5, 1000, 1000, 0, 8), 1);
-  EXPECT_EQ(vrx_l3_team_thread_count(5, 1000, 1000, -5, 8), 1);
-  for (vrx_int s = 1; s <= 16; ++s) EXPECT_EQ(vrx_l3_team_thread_count(7, s, s, s, 2), 1) << s;
+  EXPECT_EQ(vrx_l3_team_thread_count<double>(7, 32, 32, 8, 4), 1);     // cost 512
+  EXPECT_EQ(vrx_l3_team_thread_count<double>(5, 16, 30, 50, 4), 1);    // cost 3000: never above 3000 t / (t - 1)
+  EXPECT_EQ(vrx_l3_team_thread_count<double>(5, 16, 50, 60, 8), 1);    // cost 6000: the steps run out below t = 2
+  EXPECT_EQ(vrx_l3_team_thread_count<double>(5, 1000, 1000, 1000, 1), 1);
+  EXPECT_EQ(vrx_l3_team_thread_count<double>(5, 1000, 1000, 0, 8), 1);
+  EXPECT_EQ(vrx_l3_team_thread_count<double>(5, 1000, 1000, -5, 8), 1);
+  for (vrx_int s = 1; s <= 16; ++s) EXPECT_EQ(vrx_l3_team_thread_count<double>(7, s, s, s, 2), 1) << s;
 }
 
 TEST(TeamCostModel, FewThreadsStepByOne) {
-  EXPECT_EQ(vrx_l3_team_thread_count(5, 16, 50, 70, 4), 4);  // cost 7000 > 4000
-  EXPECT_EQ(vrx_l3_team_thread_count(5, 16, 35, 50, 4), 1);  // 3500: 4500 at t = 3, 6000 at t = 2
-  EXPECT_EQ(vrx_l3_team_thread_count(5, 16, 44, 50, 4), 4);  // 4400
-  EXPECT_EQ(vrx_l3_team_thread_count(5, 16, 50, 50, 2), 1);  // 5000 needs more than 6000 at t = 2
-  EXPECT_EQ(vrx_l3_team_thread_count(5, 16, 61, 100, 2), 2);
-  EXPECT_EQ(vrx_l3_team_thread_count(5, 16, 85, 50, 3), 3);   // 8500 > 4500
-  EXPECT_EQ(vrx_l3_team_thread_count(5, 16, 42, 100, 3), 3);  // three threads or one: 4500 < 6000
+  EXPECT_EQ(vrx_l3_team_thread_count<double>(5, 16, 50, 70, 4), 4);  // cost 7000 > 4000
+  EXPECT_EQ(vrx_l3_team_thread_count<double>(5, 16, 35, 50, 4), 1);  // 3500: 4500 at t = 3, 6000 at t = 2
+  EXPECT_EQ(vrx_l3_team_thread_count<double>(5, 16, 44, 50, 4), 4);  // 4400
+  EXPECT_EQ(vrx_l3_team_thread_count<double>(5, 16, 50, 50, 2), 1);  // 5000 needs more than 6000 at t = 2
+  EXPECT_EQ(vrx_l3_team_thread_count<double>(5, 16, 61, 100, 2), 2);
+  EXPECT_EQ(vrx_l3_team_thread_count<double>(5, 16, 85, 50, 3), 3);   // 8500 > 4500
+  EXPECT_EQ(vrx_l3_team_thread_count<double>(5, 16, 42, 100, 3), 3);  // three threads or one: 4500 < 6000
 }
 
 TEST(TeamCostModel, ManyThreadsStepByTwoFourAndEight) {
@@ -83,13 +83,13 @@ TEST(TeamCostModel, ManyThreadsStepByTwoFourAndEight) {
       {33, 50, 100, 9},   {33, 45, 100, 7},   {33, 41, 100, 5},  {33, 40, 100, 1},  {16, 62500, 1, 16},
   };
   for (const auto& c : cases)
-    EXPECT_EQ(vrx_l3_team_thread_count(5, 16, c.n, c.k, c.max_threads), c.expected)
+    EXPECT_EQ(vrx_l3_team_thread_count<double>(5, 16, c.n, c.k, c.max_threads), c.expected)
         << "t=" << c.max_threads << " cost=" << 2 * c.n * c.k;
   // m = n = k = 100 on type 5: cost 125000, 16 threads stay.
-  EXPECT_EQ(vrx_l3_team_thread_count(5, 100, 100, 100, 16), 16);
+  EXPECT_EQ(vrx_l3_team_thread_count<double>(5, 100, 100, 100, 16), 16);
   // Type 7 halves the cost: 2 n k with m = 32.
-  EXPECT_EQ(vrx_l3_team_thread_count(7, 32, 41, 100, 8), 4);
-  EXPECT_EQ(vrx_l3_team_thread_count(7, 16, 41, 100, 8), 1);
+  EXPECT_EQ(vrx_l3_team_thread_count<double>(7, 32, 41, 100, 8), 4);
+  EXPECT_EQ(vrx_l3_team_thread_count<double>(7, 16, 41, 100, 8), 1);
 }
 
 TEST(TeamKSplitModel, LeavesOfBothTrees) {

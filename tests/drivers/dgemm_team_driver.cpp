@@ -28,8 +28,8 @@ void* refuse_large(std::size_t size, int alignment) {
 }
 
 void print_plan(vrx_int m, vrx_int n, vrx_int k) {
-  vrx_l3_team team;
-  const int threads = vrx_l3_team_plan(m, n, k, &team);
+  vrx_l3_team<double> team;
+  const int threads = vrx_l3_team_plan<double>(m, n, k, &team);
   if (threads > 1) vrx_l3_team_layout(&team, m, n, k);
   std::printf("type %u threads %d split %u mode %u grid %d %d %d\n", team.cpu, threads, team.split, team.team_mode, team.grid_m,
               team.grid_n, team.grid_k);

@@ -26,5 +26,5 @@ constexpr vrx_l3_tile_fn tiles_store[5][3] = VRX_TILE_TABLE(true);
 #undef VRX_TILE_ROW
 }  // namespace
 
-const vrx_l3_dgemm_kernels vrx_l3_dgemm_kernels_avx2 =
+const vrx_l3_kernels<double> vrx_l3_dgemm_kernels_avx2 =
     vrx_l3_class_kernels<mr, nr, 5, 3, tiles_add, tiles_store, vrx_blas_dgemm_unpacked_avx2>();

@@ -1,5 +1,7 @@
 // Block rule and packed buffers of the level-3 driver.
 #include "blas/vrx_l3.h"
+#include <type_traits>
+
 #include "service/vrx_memory.h"
 
 vrx_l3_alloc_fn vrx_l3_scratch_alloc = vrx_serv_malloc;
@@ -15,9 +17,10 @@ char* align_up(char* p, std::size_t to) {
   return reinterpret_cast<char*>((reinterpret_cast<std::uintptr_t>(p) + to - 1) & ~(to - 1));
 }
 
-vrx_l3_view packed_view(double* data, vrx_int rows, vrx_int cols, vrx_int register_extent,
-                        vrx_l3_address_fn address) {
-  vrx_l3_view v{};
+template <typename T>
+vrx_l3_view<T> packed_view(T* data, vrx_int rows, vrx_int cols, vrx_int register_extent,
+                           vrx_l3_address_fn<T> address) {
+  vrx_l3_view<T> v{};
   v.data = data;
   v.rows = rows;
   v.cols = cols;
@@ -28,30 +31,32 @@ vrx_l3_view packed_view(double* data, vrx_int rows, vrx_int cols, vrx_int regist
   return v;
 }
 
-int allocate(vrx_l3_blocking* bl) {
-  const std::size_t bytes = vrx_l3_blocking_bytes(bl->kind, bl->mc, bl->nc, bl->kc);
+template <typename T>
+int allocate(vrx_l3_blocking<T>* bl) {
+  const std::size_t bytes = vrx_l3_blocking_bytes<T>(bl->kind, bl->mc, bl->nc, bl->kc);
   char* raw = static_cast<char*>(vrx_l3_scratch_alloc(bytes, 128));
   bl->raw = raw;
   if (!raw) return 0;
   char* base = align_up(raw, page);
-  double* a = nullptr;
-  double* b = nullptr;
+  T* a = nullptr;
+  T* b = nullptr;
   switch (bl->kind) {
     case VRX_L3_BUFFER_BOTH: {
-      b = reinterpret_cast<double*>(base + b_shift);
+      b = reinterpret_cast<T*>(base + b_shift);
       char* b_end = reinterpret_cast<char*>(b + bl->nc * bl->kc);
-      a = reinterpret_cast<double*>(align_up(b_end, huge_page) + a_shift);
+      a = reinterpret_cast<T*>(align_up(b_end, huge_page) + a_shift);
       break;
     }
-    case VRX_L3_BUFFER_B: b = reinterpret_cast<double*>(base + b_shift); break;
-    default: a = reinterpret_cast<double*>(base + a_shift); break;
+    case VRX_L3_BUFFER_B: b = reinterpret_cast<T*>(base + b_shift); break;
+    default: a = reinterpret_cast<T*>(base + a_shift); break;
   }
   bl->a_packed.data = a;
   bl->b_packed.data = b;
   return 1;
 }
 
-void release(vrx_l3_blocking* bl) {
+template <typename T>
+void release(vrx_l3_blocking<T>* bl) {
   if (bl->raw) vrx_serv_free(bl->raw);
   bl->raw = nullptr;
   bl->a_packed.data = nullptr;
@@ -59,22 +64,39 @@ void release(vrx_l3_blocking* bl) {
 }
 }  // namespace
 
+template <typename T>
 std::size_t vrx_l3_blocking_bytes(std::uint64_t kind, vrx_int mc, vrx_int nc, vrx_int kc) {
   const std::size_t m = static_cast<std::size_t>(mc), n = static_cast<std::size_t>(nc),
-                    k = static_cast<std::size_t>(kc);
+                    k = static_cast<std::size_t>(kc), e = sizeof(T);
   switch (kind) {
-    case VRX_L3_BUFFER_BOTH: return (m + n) * k * 8 + extra_both;
-    case VRX_L3_BUFFER_B: return k * n * 8 + extra_b;
-    default: return m * k * 8 + extra_a;
+    case VRX_L3_BUFFER_BOTH: return (m + n) * k * e + extra_both;
+    case VRX_L3_BUFFER_B: return k * n * e + extra_b;
+    default: return m * k * e + extra_a;
   }
 }
 
-// CPU type 7 (register width 8) and type 5 (width 4) differ in kc and the cap on mc.
+namespace {
+// The AVX-512 rule (true) or the AVX2 rule. For double the register width tells them
+// apart (8 against 4); the other element types by the bytes of a register-block column.
+template <typename T>
+bool wide_rule(const vrx_l3_kernel_shape* shape) {
+  if constexpr (std::is_same_v<T, double>) return shape->nr >= 8;
+  else return shape->mr * static_cast<vrx_int>(sizeof(T)) >= 128;
+}
+}  // namespace
+
+// CPU type 7 and type 5 differ in kc and the cap on mc. The limits on kc hold the bytes
+// of a packed k step alike for every element type: twice the steps for float, half
+// for double complex.
+template <typename T>
 void vrx_l3_blocking_rule(vrx_int m, vrx_int n, vrx_int k, const vrx_l3_kernel_shape* shape,
-                          vrx_l3_blocking* bl) {
-  const bool wide = shape->nr >= 8;
+                          vrx_l3_blocking<T>* bl) {
+  const bool wide = wide_rule<T>(shape);
   const vrx_int ku = shape->ku > 0 ? shape->ku : 1;
-  const vrx_int k_single = wide ? 384 : 256, k_halve = wide ? 768 : 384, k_block = wide ? 384 : 192;
+  constexpr vrx_int scale_num = 8, scale_den = static_cast<vrx_int>(sizeof(T));
+  const vrx_int k_single = (wide ? 384 : 256) * scale_num / scale_den,
+                k_halve = (wide ? 768 : 384) * scale_num / scale_den,
+                k_block = (wide ? 384 : 192) * scale_num / scale_den;
   if (k <= k_single) bl->kc = round_up(k > 128 ? k : 128, ku);
   else if (k < k_halve) bl->kc = round_up(k / 2, ku);
   else bl->kc = k_block;
@@ -82,13 +104,22 @@ void vrx_l3_blocking_rule(vrx_int m, vrx_int n, vrx_int k, const vrx_l3_kernel_s
   bl->nc = round_up(clamp(n, shape->nr, k < 48 ? 24 : 192), shape->nr);
 }
 
-void vrx_l3_blocking_init(const vrx_l3_view* a, const vrx_l3_view* b, const vrx_l3_kernel_shape* shape,
-                          vrx_l3_blocking* bl) {
-  *bl = vrx_l3_blocking{};
+template <typename T>
+void vrx_l3_blocking_init(const vrx_l3_view<T>* a, const vrx_l3_view<T>* b, const vrx_l3_kernel_shape* shape,
+                          vrx_l3_blocking<T>* bl) {
+  *bl = vrx_l3_blocking<T>{};
   vrx_l3_blocking_rule(a->rows, b->cols, a->cols, shape, bl);
   bl->kind = VRX_L3_BUFFER_BOTH;
-  bl->a_packed = packed_view(nullptr, bl->mc, bl->kc, shape->mr, vrx_l3_packed_a_address);
-  bl->b_packed = packed_view(nullptr, bl->kc, bl->nc, shape->nr, vrx_l3_packed_b_address);
-  bl->allocate = allocate;
-  bl->release = release;
+  bl->a_packed = packed_view<T>(nullptr, bl->mc, bl->kc, shape->mr, vrx_l3_packed_a_address<T>);
+  bl->b_packed = packed_view<T>(nullptr, bl->kc, bl->nc, shape->nr, vrx_l3_packed_b_address<T>);
+  bl->allocate = allocate<T>;
+  bl->release = release<T>;
 }
+
+#define VRX_INSTANTIATE(T)                                                                                   \
+  template std::size_t vrx_l3_blocking_bytes<T>(std::uint64_t, vrx_int, vrx_int, vrx_int);                   \
+  template void vrx_l3_blocking_rule(vrx_int, vrx_int, vrx_int, const vrx_l3_kernel_shape*, vrx_l3_blocking<T>*); \
+  template void vrx_l3_blocking_init(const vrx_l3_view<T>*, const vrx_l3_view<T>*, const vrx_l3_kernel_shape*,  \
+                                     vrx_l3_blocking<T>*);
+VRX_L3_EACH_TYPE(VRX_INSTANTIATE)
+#undef VRX_INSTANTIATE

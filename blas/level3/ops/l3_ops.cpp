@@ -3,35 +3,56 @@
 #include "blas/vrx_l3.h"
 
 namespace {
-typedef int (*kind_fill_fn)(const vrx_l3_dgemm_kernels* kernels, const vrx_l3_call* call, const vrx_l3_view* a,
-                            const vrx_l3_view* b, const vrx_l3_view* c, vrx_l3_ops* ops);
+template <typename T>
+using kind_fill_fn = int (*)(const vrx_l3_kernels<T>* kernels, const vrx_l3_call<T>* call, const vrx_l3_view<T>* a,
+                             const vrx_l3_view<T>* b, const vrx_l3_view<T>* c, vrx_l3_ops<T>* ops);
 
-int fill_gemm(const vrx_l3_dgemm_kernels* kernels, const vrx_l3_call*, const vrx_l3_view* a, const vrx_l3_view* b,
-              const vrx_l3_view*, vrx_l3_ops* ops) {
-  ops->pack_a = a->flags == VRX_L3_PLAIN ? kernels->pack_a_plain : kernels->pack_a_transposed;
-  ops->pack_b = b->flags == VRX_L3_PLAIN ? kernels->pack_b_plain : kernels->pack_b_transposed;
+// The pack of an operand by its layout flag: as stored, conjugate-transposed, or (any
+// other flag) transposed.
+template <typename T>
+vrx_l3_pack_fn<T> pack_by_flag(std::uint32_t flags, vrx_l3_pack_fn<T> plain, vrx_l3_pack_fn<T> transposed,
+                               vrx_l3_pack_fn<T> conjugated) {
+  if (flags == VRX_L3_PLAIN) return plain;
+  return flags == VRX_L3_CONJUGATED ? conjugated : transposed;
+}
+
+template <typename T>
+int fill_gemm(const vrx_l3_kernels<T>* kernels, const vrx_l3_call<T>*, const vrx_l3_view<T>* a,
+              const vrx_l3_view<T>* b, const vrx_l3_view<T>*, vrx_l3_ops<T>* ops) {
+  ops->pack_a = pack_by_flag(a->flags, kernels->pack_a_plain, kernels->pack_a_transposed, kernels->pack_a_conjugated);
+  ops->pack_b = pack_by_flag(b->flags, kernels->pack_b_plain, kernels->pack_b_transposed, kernels->pack_b_conjugated);
   ops->pack_diag = nullptr;
   ops->pack_tri = nullptr;
   ops->kernel = kernels->kernel;
-  ops->driver = ops->shape.team_mode == 4 ? vrx_l3_driver_cooperating : vrx_l3_driver_plain;
+  ops->driver = ops->shape.team_mode == 4 ? vrx_l3_driver_cooperating<T> : vrx_l3_driver_plain<T>;
   return 1;
 }
 
 // By kind: 0 GEMM, 1 SYMM, 3 SYRK, 5 SYR2K, 7 TRMM, 8 TRSM, 9 GEMM into a triangle.
-constexpr kind_fill_fn kind_fillers[10] = {fill_gemm};
+template <typename T>
+constexpr kind_fill_fn<T> kind_fillers[10] = {fill_gemm<T>};
 }  // namespace
 
-int vrx_l3_init_ops_with(const vrx_l3_dgemm_kernels* kernels, const vrx_l3_call* call, const vrx_l3_view* a,
-                         const vrx_l3_view* b, const vrx_l3_view* c, const vrx_l3_kernel_shape* shape,
-                         vrx_l3_ops* ops) {
-  *ops = vrx_l3_ops{};
+template <typename T>
+int vrx_l3_init_ops_with(const vrx_l3_kernels<T>* kernels, const vrx_l3_call<T>* call, const vrx_l3_view<T>* a,
+                         const vrx_l3_view<T>* b, const vrx_l3_view<T>* c, const vrx_l3_kernel_shape* shape,
+                         vrx_l3_ops<T>* ops) {
+  *ops = vrx_l3_ops<T>{};
   if (!kernels || !shape || shape->mr != kernels->mr || shape->nr != kernels->nr) return 0;
-  if (call->kind >= sizeof kind_fillers / sizeof kind_fillers[0] || !kind_fillers[call->kind]) return 0;
+  constexpr unsigned kinds = sizeof kind_fillers<T> / sizeof kind_fillers<T>[0];
+  if (call->kind >= kinds || !kind_fillers<T>[call->kind]) return 0;
   ops->shape = *shape;
   ops->min_m = 8;
   ops->min_n = kernels->nr;
   ops->min_k = 4;
   ops->scale_c = kernels->scale_c;
   ops->fallback = kernels->fallback;
-  return kind_fillers[call->kind](kernels, call, a, b, c, ops);
+  return kind_fillers<T>[call->kind](kernels, call, a, b, c, ops);
 }
+
+#define VRX_INSTANTIATE(T)                                                                                   \
+  template int vrx_l3_init_ops_with(const vrx_l3_kernels<T>*, const vrx_l3_call<T>*, const vrx_l3_view<T>*,   \
+                                    const vrx_l3_view<T>*, const vrx_l3_view<T>*, const vrx_l3_kernel_shape*,  \
+                                    vrx_l3_ops<T>*);
+VRX_L3_EACH_TYPE(VRX_INSTANTIATE)
+#undef VRX_INSTANTIATE

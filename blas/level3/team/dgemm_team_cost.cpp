@@ -2,10 +2,11 @@
 // small C is better served by splitting k among the threads.
 #include "blas/level3/team/vrx_l3_team.h"
 
+template <typename T>
 int vrx_l3_team_thread_count(int cpu, vrx_int m, vrx_int n, vrx_int k, int max_threads) {
   int t = max_threads;
   if (t < 2) return 1;
-  const double cost = vrx_l3_team_cost(cpu, m, n, k);
+  const double cost = vrx_l3_team_cost<T>(cpu, m, n, k);
   if (t <= 4) {
     if (cost < 3000.0) return 1;
     while (t > 1 && !((t - 1) * cost > t * 3000.0)) --t;
@@ -18,6 +19,10 @@ int vrx_l3_team_thread_count(int cpu, vrx_int m, vrx_int n, vrx_int k, int max_t
   }
   return t < 2 ? 1 : t;
 }
+
+#define VRX_INSTANTIATE(T) template int vrx_l3_team_thread_count<T>(int, vrx_int, vrx_int, vrx_int, int);
+VRX_L3_EACH_TYPE(VRX_INSTANTIATE)
+#undef VRX_INSTANTIATE
 
 namespace {
 // Many threads: a split of k pays only while C stays thin.

@@ -18,13 +18,15 @@ widths widths_of(std::uint32_t cpu) {
 }
 
 // Large k against a C of moderate size: split k as well as C.
-bool three_dimensional(const vrx_l3_team* team, vrx_int m, vrx_int n, vrx_int k) {
+template <typename T>
+bool three_dimensional(const vrx_l3_team<T>* team, vrx_int m, vrx_int n, vrx_int k) {
   const vrx_int t = team->threads;
   return team->road == 2 && m >= 1304 && n >= 16 && k >= 1304 && t % 2 == 0 && m * n < 13107200 &&
          k >= std::max(m, n) && k >= 8 * std::min(m, n);
 }
 
-void set_three_dimensional(vrx_l3_team* team, vrx_int m, vrx_int n, vrx_int k) {
+template <typename T>
+void set_three_dimensional(vrx_l3_team<T>* team, vrx_int m, vrx_int n, vrx_int k) {
   const vrx_int t = team->threads;
   vrx_int gn = std::max(static_cast<vrx_int>(static_cast<double>(n) / 480.0), vrx_int(1));
   const vrx_int gm = (m / 1024 >= 2 && t >= 8) ? 2 : 1;
@@ -40,7 +42,8 @@ void set_three_dimensional(vrx_l3_team* team, vrx_int m, vrx_int n, vrx_int k) {
   team->grid_k = static_cast<std::int32_t>(gk);
 }
 
-void set_grid(vrx_l3_team* team, std::uint32_t split, vrx_int gm, vrx_int gn, vrx_int gk) {
+template <typename T>
+void set_grid(vrx_l3_team<T>* team, std::uint32_t split, vrx_int gm, vrx_int gn, vrx_int gk) {
   team->split = split;
   team->grid_m = static_cast<std::int32_t>(gm);
   team->grid_n = static_cast<std::int32_t>(gn);
@@ -48,7 +51,8 @@ void set_grid(vrx_l3_team* team, std::uint32_t split, vrx_int gm, vrx_int gn, vr
 }
 }  // namespace
 
-void vrx_l3_team_layout(vrx_l3_team* team, vrx_int m, vrx_int n, vrx_int k) {
+template <typename T>
+void vrx_l3_team_layout(vrx_l3_team<T>* team, vrx_int m, vrx_int n, vrx_int k) {
   const vrx_int t = team->threads;
   const widths w = widths_of(team->cpu);
   team->team_mode = 0;
@@ -91,6 +95,10 @@ void vrx_l3_team_layout(vrx_l3_team* team, vrx_int m, vrx_int n, vrx_int k) {
   }
   if (m > n && (m / t >= w.r || n < 2 * t)) team->split = split_rows;
 }
+
+#define VRX_INSTANTIATE(T) template void vrx_l3_team_layout(vrx_l3_team<T>*, vrx_int, vrx_int, vrx_int);
+VRX_L3_EACH_TYPE(VRX_INSTANTIATE)
+#undef VRX_INSTANTIATE
 
 vrx_l3_part vrx_l3_cut(vrx_int length, vrx_int parts, vrx_int index) {
   vrx_int c = length / parts;
