@@ -136,6 +136,10 @@ int vrx_blas_dcopy_thread_count(vrx_int n, vrx_int incx, vrx_int incy, int threa
 void vrx_blas_dcopy_on_threads(int threads, vrx_int n, const double* x, vrx_int incx, double* y, vrx_int incy);
 
 // ---- level 2 (bad arguments go through vrx_serv_xerbla with the published positions) ----
+// GEMV, TRSV and TRMV take N, T and C (C: conjugate transpose; T for real data). GERU adds
+// alpha x y^T, GERC alpha x y^H. HEMV and HER2 read and write one triangle and take the
+// diagonal as real (HER2 stores it with a zero imaginary part); SYMV and SYR2 are their
+// real members.
 extern "C" {
 void SGEMV(const char* trans, const vrx_int* m, const vrx_int* n, const float* alpha, const float* a,
            const vrx_int* lda, const float* x, const vrx_int* incx, const float* beta, float* y, const vrx_int* incy);
