@@ -5,7 +5,7 @@
 
 #include <vector>
 
-#include "blas/vrx_gemm_classic.h"
+#include "blas/level3/classic/vrx_gemm_classic.h"
 
 namespace {
 vrx_gemm_classic_facts facts(int type, int gate, int fam10 = 0, int fma4 = 0, int sse41 = 0,

@@ -7,7 +7,7 @@
 #include <cstring>
 #include <vector>
 
-#include "blas/vrx_gemm_classic.h"
+#include "blas/level3/classic/vrx_gemm_classic.h"
 #include "support/gemm_reference.h"
 
 namespace {

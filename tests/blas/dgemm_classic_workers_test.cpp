@@ -10,7 +10,7 @@
 #include <limits>
 #include <vector>
 
-#include "blas/vrx_gemm_classic.h"
+#include "blas/level3/classic/vrx_gemm_classic.h"
 #include "service/vrx_serv.h"
 #include "support/gemm_reference.h"
 

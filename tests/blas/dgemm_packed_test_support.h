@@ -9,7 +9,7 @@
 #include <limits>
 #include <vector>
 
-#include "blas/vrx_gemm_packed.h"
+#include "blas/level3/packed/vrx_gemm_packed.h"
 #include "service/vrx_serv.h"
 #include "support/gemm_reference.h"
 

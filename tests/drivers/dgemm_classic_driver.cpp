@@ -21,7 +21,7 @@
 #include <thread>
 #include <vector>
 
-#include "blas/vrx_gemm_classic.h"
+#include "blas/level3/classic/vrx_gemm_classic.h"
 #include "service/cpu_fake_processor.h"
 #include "service/vrx_serv.h"
 

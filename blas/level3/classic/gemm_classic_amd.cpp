@@ -3,7 +3,7 @@
 // thread count. Each pair has one member for A as stored and one for A transposed.
 // The grid worker walks its tile in these blocks.
 #include <algorithm>
-#include "blas/vrx_gemm_classic.h"
+#include "blas/level3/classic/vrx_gemm_classic.h"
 
 namespace {
 struct amd_blocks {
@@ -20,7 +20,8 @@ constexpr amd_blocks fma4_blocks[2][2] = {
 };
 }  // namespace
 
-void vrx_gemm_classic_amd_blocks(vrx_gemm_split* s, vrx_int m, vrx_int n, vrx_int k) {
+template <typename T>
+void vrx_gemm_classic_amd_blocks(vrx_gemm_split_t<T>* s, vrx_int m, vrx_int n, vrx_int k) {
   const int transposed = s->a_is_n ? 0 : 1;
   amd_blocks b;
   if (s->strategy == 6) {
@@ -33,3 +34,10 @@ void vrx_gemm_classic_amd_blocks(vrx_gemm_split* s, vrx_int m, vrx_int n, vrx_in
   s->block_n = std::min(b.block_n, std::max<vrx_int>(n, 1));
   s->block_k = std::min(b.block_k, std::max<vrx_int>(k, 1));
 }
+
+#define VRX_X(T) template void vrx_gemm_classic_amd_blocks<T>(vrx_gemm_split_t<T>*, vrx_int, vrx_int, vrx_int);
+VRX_X(float)
+VRX_X(double)
+VRX_X(vrx_complex_float)
+VRX_X(vrx_complex_double)
+#undef VRX_X

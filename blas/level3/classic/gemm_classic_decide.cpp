@@ -1,7 +1,7 @@
 // Decisions of the classic road taken before any thread is forked: the small
 // filter, the compute road, the strategy by processor and the profitability test.
 #include <algorithm>
-#include "blas/vrx_gemm_classic.h"
+#include "blas/level3/classic/vrx_gemm_classic.h"
 #include "service/vrx_dispatch.h"
 
 int vrx_gemm_classic_small(vrx_int m, vrx_int n, vrx_int k) {

@@ -2,21 +2,23 @@
 // which blocks and shared buffers, from the strategy and the thread count. Every
 // thread takes it by itself after the fork and comes to the same answer.
 #include <algorithm>
-#include "blas/vrx_gemm_classic.h"
+#include "blas/level3/classic/vrx_gemm_classic.h"
 
 namespace {
-constexpr vrx_gemm_worker_fn workers[] = {
+template <typename T>
+constexpr vrx_gemm_worker_fn<T> workers[] = {
     nullptr,
-    vrx_gemm_worker_rows,
-    vrx_gemm_worker_columns,
-    vrx_gemm_worker_grid,
-    vrx_gemm_worker_shared_panel,
-    vrx_gemm_worker_ring,
-    vrx_gemm_worker_two_by_many,
-    vrx_gemm_worker_grouped,
+    vrx_gemm_worker_rows<T>,
+    vrx_gemm_worker_columns<T>,
+    vrx_gemm_worker_grid<T>,
+    vrx_gemm_worker_shared_panel<T>,
+    vrx_gemm_worker_ring<T>,
+    vrx_gemm_worker_two_by_many<T>,
+    vrx_gemm_worker_grouped<T>,
 };
 
-void grid(vrx_gemm_split* s, int grid_m, int mode) {
+template <typename T>
+void grid(vrx_gemm_split_t<T>* s, int grid_m, int mode) {
   s->grid_m = grid_m;
   s->grid_n = s->threads / grid_m;
   s->mode = mode;
@@ -24,7 +26,8 @@ void grid(vrx_gemm_split* s, int grid_m, int mode) {
 }
 
 // Strategy 1: the SSSE3 processors without SSE4.1.
-void strategy_1(vrx_gemm_split* s, vrx_int m, vrx_int n, vrx_int k) {
+template <typename T>
+void strategy_1(vrx_gemm_split_t<T>* s, vrx_int m, vrx_int n, vrx_int k) {
   s->threads &= ~1;
   const vrx_int t = s->threads;
   if (m >= 8000 && k <= 512 && n >= 3000 && m > n) {
@@ -43,7 +46,8 @@ void strategy_1(vrx_gemm_split* s, vrx_int m, vrx_int n, vrx_int k) {
 }
 
 // Strategies 2 and 4: SSSE3 with SSE4.1, large and small second-level cache.
-void strategy_2_4(vrx_gemm_split* s, vrx_int m, vrx_int n, vrx_int k) {
+template <typename T>
+void strategy_2_4(vrx_gemm_split_t<T>* s, vrx_int m, vrx_int n, vrx_int k) {
   if ((s->threads & 1) && s->threads < 8) {
     vrx_gemm_classic_rows_or_columns(s, m, n);
     return;
@@ -98,7 +102,8 @@ void strategy_2_4(vrx_gemm_split* s, vrx_int m, vrx_int n, vrx_int k) {
 }
 
 // Strategies 3 and 5: SSE4.2 and AVX, a plain grid or groups sharing one packed A.
-void strategy_3_5(vrx_gemm_split* s, vrx_int m, vrx_int n, vrx_int k) {
+template <typename T>
+void strategy_3_5(vrx_gemm_split_t<T>* s, vrx_int m, vrx_int n, vrx_int k) {
   const int t = s->threads;
   bool grouped = false;
   if (t < 8) {
@@ -142,7 +147,8 @@ void strategy_3_5(vrx_gemm_split* s, vrx_int m, vrx_int n, vrx_int k) {
 }
 
 // Compute road 0: the other vendor's strategies run a grid; everything else rows or columns.
-void sequential_road(vrx_gemm_split* s, vrx_int m, vrx_int n, vrx_int k) {
+template <typename T>
+void sequential_road(vrx_gemm_split_t<T>* s, vrx_int m, vrx_int n, vrx_int k) {
   if (s->strategy != 6 && s->strategy != 8) {
     vrx_gemm_classic_rows_or_columns(s, m, n);
     return;
@@ -158,12 +164,14 @@ void sequential_road(vrx_gemm_split* s, vrx_int m, vrx_int n, vrx_int k) {
 }
 }  // namespace
 
-void vrx_gemm_classic_set_worker(vrx_gemm_split* s, int worker_id) {
+template <typename T>
+void vrx_gemm_classic_set_worker(vrx_gemm_split_t<T>* s, int worker_id) {
   s->worker_id = worker_id;
-  s->worker = worker_id >= VRX_CLASSIC_ROWS && worker_id <= VRX_CLASSIC_GROUPED ? workers[worker_id] : nullptr;
+  s->worker = worker_id >= VRX_CLASSIC_ROWS && worker_id <= VRX_CLASSIC_GROUPED ? workers<T>[worker_id] : nullptr;
 }
 
-void vrx_gemm_classic_partition(vrx_gemm_split* s, vrx_int m, vrx_int n, vrx_int k) {
+template <typename T>
+void vrx_gemm_classic_partition(vrx_gemm_split_t<T>* s, vrx_int m, vrx_int n, vrx_int k) {
   s->grid_m = s->grid_n = 1;
   s->mode = 0;
   s->count_a = s->count_b = 0;
@@ -181,3 +189,12 @@ void vrx_gemm_classic_partition(vrx_gemm_split* s, vrx_int m, vrx_int n, vrx_int
     default: vrx_gemm_classic_rows_or_columns(s, m, n); break;
   }
 }
+
+#define VRX_X(T)                                                                                 \
+  template void vrx_gemm_classic_set_worker<T>(vrx_gemm_split_t<T>*, int);                       \
+  template void vrx_gemm_classic_partition<T>(vrx_gemm_split_t<T>*, vrx_int, vrx_int, vrx_int);
+VRX_X(float)
+VRX_X(double)
+VRX_X(vrx_complex_float)
+VRX_X(vrx_complex_double)
+#undef VRX_X

@@ -4,21 +4,22 @@
 // read the same columns of B at the same moment.
 #include <algorithm>
 #include <omp.h>
-#include "blas/vrx_gemm_classic.h"
+#include "blas/level3/classic/vrx_gemm_classic.h"
 
-void vrx_gemm_worker_ring(const vrx_gemm_split* s, const vrx_gemm_classic_args* g, int id) {
+template <typename T>
+void vrx_gemm_worker_ring(const vrx_gemm_split_t<T>* s, const vrx_gemm_classic_args_t<T>* g, int id) {
   const int t = s->threads;
   if (id < t) {
     vrx_int r0, rc;
     vrx_gemm_classic_chunk(g->m, t, id, s->mr, &r0, &rc);
     const bool last = id == t - 1;
     const vrx_int bm = s->block_m, bn = s->block_n, kc = std::min(s->ctx.kc, g->k);
-    vrx_gemm_context ctx = s->ctx;
+    vrx_gemm_context_t<T> ctx = s->ctx;
     ctx.mc = last ? 2 * bm : bm;  // the last thread folds a short final block into the one before
     ctx.nc = bn;
     if (rc > 0 && vrx_gemm_shared_mode_prepare(&ctx, 64, ctx.mc, bn, kc) != 0) {
       // No private buffers: the thread's rows go through the packed driver as it chooses.
-      vrx_gemm_split plain = *s;
+      vrx_gemm_split_t<T> plain = *s;
       plain.mode = 0;
       vrx_gemm_classic_compute(&plain, g, r0, 0, 0, rc, g->n, g->k, g->beta);
     } else if (rc > 0) {
@@ -29,10 +30,10 @@ void vrx_gemm_worker_ring(const vrx_gemm_split* s, const vrx_gemm_classic_args* 
         const int first_store = store && l0 == 0;
         for (vrx_int i = 0; i < rc;) {
           const vrx_int mb = last && rc - i < 2 * bm ? rc - i : std::min(bm, rc - i);
-          vrx_gemm_pack_a_part(&ctx, !s->a_is_n, mb, kb, 0, mb, 0, kb, g->alpha, vrx_gemm_classic_a_at(s, g, r0 + i, l0),
+          vrx_gemm_pack_a_part(&ctx, s->a_code, mb, kb, 0, mb, 0, kb, g->alpha, vrx_gemm_classic_a_at(s, g, r0 + i, l0),
                                g->lda, ctx.a.data);
           auto slice = [&](vrx_int j, vrx_int w) {
-            vrx_gemm_shared_mode_run(&ctx, 64, !s->a_is_n, !s->b_is_n, mb, w, kb, g->alpha, nullptr, g->lda,
+            vrx_gemm_shared_mode_run<T>(&ctx, 64, s->a_code, s->b_code, mb, w, kb, g->alpha, nullptr, g->lda,
                                      vrx_gemm_classic_b_at(s, g, l0, j), g->ldb, ctx.a.data,
                                      g->c + r0 + i + j * g->ldc, g->ldc, first_store);
           };
@@ -47,3 +48,10 @@ void vrx_gemm_worker_ring(const vrx_gemm_split* s, const vrx_gemm_classic_args* 
   }
 #pragma omp barrier
 }
+
+#define VRX_X(T) template void vrx_gemm_worker_ring<T>(const vrx_gemm_split_t<T>*, const vrx_gemm_classic_args_t<T>*, int);
+VRX_X(float)
+VRX_X(double)
+VRX_X(vrx_complex_float)
+VRX_X(vrx_complex_double)
+#undef VRX_X

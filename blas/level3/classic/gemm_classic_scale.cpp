@@ -1,28 +1,38 @@
 // C := beta C on the threads of the classic road, cut by columns or rows, with
 // the matrix scaling kernel of the CPU type (beta = 0 stores zeros).
 #include <omp.h>
-#include "blas/vrx_gemm_classic.h"
+#include "blas/level3/classic/vrx_gemm_classic.h"
 #include "service/vrx_dispatch.h"
 
 namespace {
-constexpr vrx_variants<vrx_gemm_scale_fn> scale_variants = {
-    .portable = vrx_blas_dgemm_scale_c_sse2, .compatible = vrx_blas_dgemm_scale_c_sse2,
-    .sse2 = vrx_blas_dgemm_scale_c_sse2,     .ssse3 = vrx_blas_dgemm_scale_c_ssse3,
-    .sse42 = vrx_blas_dgemm_scale_c_sse42,   .avx = vrx_blas_dgemm_scale_c_avx,
-    .avx2 = vrx_blas_dgemm_scale_c_avx,      .avx512 = vrx_blas_dgemm_scale_c_avx,
-};
-vrx_gemm_scale_fn scale_cache = nullptr;
+template <typename T>
+vrx_gemm_scale_c_fn<T> scale_cache = nullptr;
 }  // namespace
 
-vrx_gemm_scale_fn vrx_gemm_classic_scale_kernel() { return vrx_serv_dispatch(&scale_cache, scale_variants); }
+template <typename T>
+vrx_gemm_scale_c_fn<T> vrx_gemm_classic_scale_kernel() {
+  // The class tables are objects of other translation units: read at the first call.
+  const vrx_variants<vrx_gemm_scale_c_fn<T>> variants = {
+      .portable = vrx_gemm_class_of<T>(vrx_gemm_kernels_sse2)->scale_c,
+      .compatible = vrx_gemm_class_of<T>(vrx_gemm_kernels_sse2)->scale_c,
+      .sse2 = vrx_gemm_class_of<T>(vrx_gemm_kernels_sse2)->scale_c,
+      .ssse3 = vrx_gemm_class_of<T>(vrx_gemm_kernels_ssse3)->scale_c,
+      .sse42 = vrx_gemm_class_of<T>(vrx_gemm_kernels_sse42)->scale_c,
+      .avx = vrx_gemm_class_of<T>(vrx_gemm_kernels_avx)->scale_c,
+      .avx2 = vrx_gemm_class_of<T>(vrx_gemm_kernels_avx)->scale_c,
+      .avx512 = vrx_gemm_class_of<T>(vrx_gemm_kernels_avx)->scale_c,
+  };
+  return vrx_serv_dispatch(&scale_cache<T>, variants);
+}
 
 int vrx_gemm_classic_scale_by_columns(int t, vrx_int m, vrx_int n, vrx_int k) {
   const vrx_int u = m < 100 && n < 100 && k < 100 ? t * n : n;
   return m <= u * t;
 }
 
-void vrx_gemm_classic_parallel_scale(int t, vrx_int m, vrx_int n, vrx_int k, double beta, double* c, vrx_int ldc) {
-  const vrx_gemm_scale_fn scale = vrx_gemm_classic_scale_kernel();
+template <typename T>
+void vrx_gemm_classic_parallel_scale(int t, vrx_int m, vrx_int n, vrx_int k, T beta, T* c, vrx_int ldc) {
+  const vrx_gemm_scale_c_fn<T> scale = vrx_gemm_classic_scale_kernel<T>();
   const int by_columns = vrx_gemm_classic_scale_by_columns(t, m, n, k);
 #pragma omp parallel num_threads(t)
   {
@@ -38,3 +48,12 @@ void vrx_gemm_classic_parallel_scale(int t, vrx_int m, vrx_int n, vrx_int k, dou
     }
   }
 }
+
+#define VRX_X(T)                                                                                       \
+  template vrx_gemm_scale_c_fn<T> vrx_gemm_classic_scale_kernel<T>();                                  \
+  template void vrx_gemm_classic_parallel_scale<T>(int, vrx_int, vrx_int, vrx_int, T, T*, vrx_int);
+VRX_X(float)
+VRX_X(double)
+VRX_X(vrx_complex_float)
+VRX_X(vrx_complex_double)
+#undef VRX_X

@@ -1,10 +1,12 @@
-// The classic threaded GEMM road of CPU types 0, 2, 3 and 4: the decisions (small
-// filter, compute road, strategy, profitability, partition), the per-thread split
-// record, the seven workers and the shared-operand modes of the packed driver.
+// The classic threaded GEMM road of CPU types 0, 2, 3 and 4 in every precision: the
+// decisions (small filter, compute road, strategy, profitability, partition), the
+// per-thread split record and the seven workers. Templates over the element type T,
+// instantiated for float, double, vrx_complex_float and vrx_complex_double beside
+// this header. The road calls down into the packed driver, never the reverse.
 #pragma once
 #include <cstdint>
+#include "blas/level3/packed/vrx_gemm_packed.h"
 #include "blas/vrx_blas.h"
-#include "blas/vrx_gemm_packed.h"
 
 // ---- decisions (pure functions of their arguments) ----
 
@@ -38,10 +40,12 @@ inline int vrx_gemm_classic_beta_with_product(int strategy) {
 
 // ---- the split record ----
 
-struct vrx_gemm_split;
-struct vrx_gemm_classic_args;
-typedef void (*vrx_gemm_worker_fn)(const vrx_gemm_split* s, const vrx_gemm_classic_args* args, int id);
-typedef void (*vrx_gemm_scale_fn)(vrx_int m, vrx_int n, double beta, double* c, vrx_int ldc);
+template <typename T>
+struct vrx_gemm_split_t;
+template <typename T>
+struct vrx_gemm_classic_args_t;
+template <typename T>
+using vrx_gemm_worker_fn = void (*)(const vrx_gemm_split_t<T>* s, const vrx_gemm_classic_args_t<T>* args, int id);
 
 // Workers by number (the trace below and the tests speak of them so).
 enum {
@@ -58,19 +62,21 @@ enum {
 };
 
 // Private to each thread after the fork; every thread decides the same from the same inputs.
-struct vrx_gemm_split {
+template <typename T>
+struct vrx_gemm_split_t {
   int threads;  // threads in use, forced even by some strategies
   int grid_m, grid_n;
   vrx_int block_m, block_n, block_k;
-  vrx_dgemm_fn sequential;  // compute road 0
-  vrx_dgemm_fn unpacked;    // the row's in-place kernel, for blocks without private buffers
-  vrx_gemm_worker_fn worker;
+  vrx_gemm_fn<T> sequential;  // compute road 0
+  vrx_gemm_fn<T> unpacked;    // the row's in-place kernel, for blocks without private buffers
+  vrx_gemm_worker_fn<T> worker;
   int worker_id;
-  vrx_gemm_pack_fn pack_a, pack_b;
-  double* buffer_a;
-  double* buffer_b;
+  vrx_gemm_pack_fn<T> pack_a, pack_b;
+  T* buffer_a;
+  T* buffer_b;
   std::size_t stride_a, stride_b;  // bytes from one shared buffer to the next
   unsigned char a_is_n, b_is_n, a_is_t, b_is_t;
+  int a_code, b_code;  // packing codes of the ops: 0 N, 1 T, 2 C
   int mode;
   int count_b, count_a;
   int strategy;
@@ -78,33 +84,39 @@ struct vrx_gemm_split {
   int compute_road;
   int dynamic;
   vrx_int mr, nr;         // register block of the row (compute road 1), or of the SSE2 loop
-  vrx_gemm_context ctx;   // the loaded row with the call's block sizes (compute road 1)
+  vrx_gemm_context_t<T> ctx;  // the loaded row with the call's block sizes (compute road 1)
 };
+typedef vrx_gemm_split_t<double> vrx_gemm_split;
 
 // The call as it reached the road; beta is the one the workers apply.
-struct vrx_gemm_classic_args {
+template <typename T>
+struct vrx_gemm_classic_args_t {
   const char* transa;
   const char* transb;
   vrx_int m, n, k;
-  double alpha;
-  const double* a;
+  T alpha;
+  const T* a;
   vrx_int lda;
-  const double* b;
+  const T* b;
   vrx_int ldb;
-  double beta;
-  double* c;
+  T beta;
+  T* c;
   vrx_int ldc;
 };
+typedef vrx_gemm_classic_args_t<double> vrx_gemm_classic_args;
 
 // Fills grid, blocks, mode, shared counts and worker of `s` for its thread count,
 // strategy, compute road and cache size. s->threads may come back even.
-void vrx_gemm_classic_partition(vrx_gemm_split* s, vrx_int m, vrx_int n, vrx_int k);
+template <typename T>
+void vrx_gemm_classic_partition(vrx_gemm_split_t<T>* s, vrx_int m, vrx_int n, vrx_int k);
 // Bytes of one shared A and one shared B buffer of the chosen worker (0 when none).
-void vrx_gemm_classic_shared_sizes(const vrx_gemm_split* s, vrx_int m, vrx_int n, vrx_int k, std::size_t* a_bytes,
+template <typename T>
+void vrx_gemm_classic_shared_sizes(const vrx_gemm_split_t<T>* s, vrx_int m, vrx_int n, vrx_int k, std::size_t* a_bytes,
                                    std::size_t* b_bytes);
 
 // The block functions of the other vendor's strategies 6 and 8 (compute road 0).
-void vrx_gemm_classic_amd_blocks(vrx_gemm_split* s, vrx_int m, vrx_int n, vrx_int k);
+template <typename T>
+void vrx_gemm_classic_amd_blocks(vrx_gemm_split_t<T>* s, vrx_int m, vrx_int n, vrx_int k);
 
 // ---- cuts ----
 
@@ -123,72 +135,69 @@ inline vrx_int vrx_gemm_classic_panel(vrx_int left, vrx_int full) {
 // ---- the per-thread compute routine and the workers ----
 
 // C block (i0, j0) of mb x nb += the product over k from l0, kb deep, with `beta`.
-void vrx_gemm_classic_compute(const vrx_gemm_split* s, const vrx_gemm_classic_args* args, vrx_int i0, vrx_int j0,
-                              vrx_int l0, vrx_int mb, vrx_int nb, vrx_int kb, double beta);
+template <typename T>
+void vrx_gemm_classic_compute(const vrx_gemm_split_t<T>* s, const vrx_gemm_classic_args_t<T>* args, vrx_int i0,
+                              vrx_int j0, vrx_int l0, vrx_int mb, vrx_int nb, vrx_int kb, T beta);
 // Where op(A)(i, l) and op(B)(l, j) lie.
-inline const double* vrx_gemm_classic_a_at(const vrx_gemm_split* s, const vrx_gemm_classic_args* g, vrx_int i,
-                                           vrx_int l) {
+template <typename T>
+inline const T* vrx_gemm_classic_a_at(const vrx_gemm_split_t<T>* s, const vrx_gemm_classic_args_t<T>* g, vrx_int i,
+                                      vrx_int l) {
   return s->a_is_n ? g->a + i + l * g->lda : g->a + l + i * g->lda;
 }
-inline const double* vrx_gemm_classic_b_at(const vrx_gemm_split* s, const vrx_gemm_classic_args* g, vrx_int l,
-                                           vrx_int j) {
+template <typename T>
+inline const T* vrx_gemm_classic_b_at(const vrx_gemm_split_t<T>* s, const vrx_gemm_classic_args_t<T>* g, vrx_int l,
+                                      vrx_int j) {
   return s->b_is_n ? g->b + l + j * g->ldb : g->b + j + l * g->ldb;
 }
 // Scales the thread's own tile by beta unless beta is 0 or 1; answers whether the first
 // k block must store rather than add (beta = 0).
-int vrx_gemm_classic_own_tile_beta(const vrx_gemm_classic_args* g, vrx_int i0, vrx_int j0, vrx_int mb, vrx_int nb);
+template <typename T>
+int vrx_gemm_classic_own_tile_beta(const vrx_gemm_classic_args_t<T>* g, vrx_int i0, vrx_int j0, vrx_int mb, vrx_int nb);
 
-void vrx_gemm_worker_rows(const vrx_gemm_split* s, const vrx_gemm_classic_args* args, int id);
-void vrx_gemm_worker_columns(const vrx_gemm_split* s, const vrx_gemm_classic_args* args, int id);
-void vrx_gemm_worker_grid(const vrx_gemm_split* s, const vrx_gemm_classic_args* args, int id);
-void vrx_gemm_worker_shared_panel(const vrx_gemm_split* s, const vrx_gemm_classic_args* args, int id);
-void vrx_gemm_worker_ring(const vrx_gemm_split* s, const vrx_gemm_classic_args* args, int id);
-void vrx_gemm_worker_two_by_many(const vrx_gemm_split* s, const vrx_gemm_classic_args* args, int id);
-void vrx_gemm_worker_grouped(const vrx_gemm_split* s, const vrx_gemm_classic_args* args, int id);
+template <typename T>
+void vrx_gemm_worker_rows(const vrx_gemm_split_t<T>* s, const vrx_gemm_classic_args_t<T>* args, int id);
+template <typename T>
+void vrx_gemm_worker_columns(const vrx_gemm_split_t<T>* s, const vrx_gemm_classic_args_t<T>* args, int id);
+template <typename T>
+void vrx_gemm_worker_grid(const vrx_gemm_split_t<T>* s, const vrx_gemm_classic_args_t<T>* args, int id);
+template <typename T>
+void vrx_gemm_worker_shared_panel(const vrx_gemm_split_t<T>* s, const vrx_gemm_classic_args_t<T>* args, int id);
+template <typename T>
+void vrx_gemm_worker_ring(const vrx_gemm_split_t<T>* s, const vrx_gemm_classic_args_t<T>* args, int id);
+template <typename T>
+void vrx_gemm_worker_two_by_many(const vrx_gemm_split_t<T>* s, const vrx_gemm_classic_args_t<T>* args, int id);
+template <typename T>
+void vrx_gemm_worker_grouped(const vrx_gemm_split_t<T>* s, const vrx_gemm_classic_args_t<T>* args, int id);
 
 // The worker of `s` by number.
-void vrx_gemm_classic_set_worker(vrx_gemm_split* s, int worker_id);
+template <typename T>
+void vrx_gemm_classic_set_worker(vrx_gemm_split_t<T>* s, int worker_id);
 // Row split when m > n, else column split.
-inline void vrx_gemm_classic_rows_or_columns(vrx_gemm_split* s, vrx_int m, vrx_int n) {
+template <typename T>
+inline void vrx_gemm_classic_rows_or_columns(vrx_gemm_split_t<T>* s, vrx_int m, vrx_int n) {
   vrx_gemm_classic_set_worker(s, m > n ? VRX_CLASSIC_ROWS : VRX_CLASSIC_COLUMNS);
 }
 
 // C := beta C on t threads, by the scaling kernel of the CPU type.
-void vrx_gemm_classic_parallel_scale(int t, vrx_int m, vrx_int n, vrx_int k, double beta, double* c, vrx_int ldc);
+template <typename T>
+void vrx_gemm_classic_parallel_scale(int t, vrx_int m, vrx_int n, vrx_int k, T beta, T* c, vrx_int ldc);
 // The pieces of the parallel scaling: rows or columns, and the chunk of one thread.
 int vrx_gemm_classic_scale_by_columns(int t, vrx_int m, vrx_int n, vrx_int k);
-vrx_gemm_scale_fn vrx_gemm_classic_scale_kernel();
-
-// ---- shared-operand modes of the packed driver ----
-// One k block (k <= ctx->kc) of C(m x n) (+)= op(A) op(B) alpha:
-//   8:  `shared` holds op(A) packed with alpha; B block and strips private.
-//   16: `shared` holds op(A) packed with alpha; only the strips private.
-//   32: `shared` holds op(B) packed; A packed a panel at a time into the private strips.
-//   64: nothing shared; A block and strips private, B taken a strip at a time.
-// The private buffers come from vrx_gemm_shared_mode_prepare; `store` writes C
-// without reading it.
-int vrx_gemm_shared_mode_code(int mode);
-// Sizes and allocates the private buffers of `mode` for blocks of at most m x n x k; -1 on failure.
-int vrx_gemm_shared_mode_prepare(vrx_gemm_context* ctx, int mode, vrx_int m, vrx_int n, vrx_int k);
-void vrx_gemm_shared_mode_run(vrx_gemm_context* ctx, int mode, int a_trans, int b_trans, vrx_int m, vrx_int n,
-                              vrx_int k, double alpha, const double* a, vrx_int lda, const double* b, vrx_int ldb,
-                              const double* shared, double* c, vrx_int ldc, int store);
-// Packs rows [first, first + count) of an m-row block of op(A) into its panels of `packed`
-// (the block is kb deep), k columns [l_first, l_first + l_count) only.
-void vrx_gemm_pack_a_part(const vrx_gemm_context* ctx, int a_trans, vrx_int m, vrx_int kb, vrx_int first,
-                          vrx_int count, vrx_int l_first, vrx_int l_count, double alpha, const double* a, vrx_int lda,
-                          double* packed);
+template <typename T>
+vrx_gemm_scale_c_fn<T> vrx_gemm_classic_scale_kernel();
 
 // ---- the fork ----
 
 // The split every thread starts from: strategy, compute road, the kernel-table row of
 // the CPU type with the call's block sizes (compute road 1), the ops of A and B.
-void vrx_gemm_classic_base(vrx_gemm_split* base, int strategy, int compute_road, int cpu_type, int sse41,
+template <typename T>
+void vrx_gemm_classic_base(vrx_gemm_split_t<T>* base, int strategy, int compute_road, int cpu_type, int sse41,
                            bool a_is_n, bool b_is_n, vrx_int m, vrx_int n, vrx_int k);
 // Forks t threads; each decides the partition unless base->worker is already set,
 // the shared buffers are allocated once (on failure: a row or column split), and
 // every thread runs the worker. One delivered thread runs the sequential product.
-void vrx_gemm_classic_fork(const vrx_gemm_split* base, const vrx_gemm_classic_args* args, int t);
+template <typename T>
+void vrx_gemm_classic_fork(const vrx_gemm_split_t<T>* base, const vrx_gemm_classic_args_t<T>* args, int t);
 
 // ---- for tests ----
 // What the calling thread's last call of the classic road decided (one record per
@@ -205,5 +214,14 @@ struct vrx_gemm_classic_trace {
 };
 vrx_gemm_classic_trace vrx_gemm_classic_last_trace();
 void vrx_gemm_classic_record_trace(const vrx_gemm_classic_trace& trace);
-void vrx_gemm_classic_note(int strategy, int compute_road, int worker, int team, const vrx_gemm_split* s,
-                           int fallback);
+void vrx_gemm_classic_note(int strategy, int compute_road, int worker, int team, int fallback);
+template <typename T>
+void vrx_gemm_classic_note_split(int team, const vrx_gemm_split_t<T>* s, int fallback);
+// The sequential product of T (the dispatcher of its precision).
+template <typename T>
+vrx_gemm_fn<T> vrx_gemm_classic_sequential();
+// The classic road of T.
+template <typename T>
+void vrx_gemm_classic(const char* transa, const char* transb, const vrx_int* m, const vrx_int* n, const vrx_int* k,
+                      const T* alpha, const T* a, const vrx_int* lda, const T* b, const vrx_int* ldb, const T* beta,
+                      T* c, const vrx_int* ldc);

@@ -1,9 +1,11 @@
-// The packed driver of CPU types 2, 3 and 4: block rules, sizing and the one
-// allocation of a context, and the loops of each mode around a row's kernel.
+// The packed driver of CPU types 2, 3 and 4 in every precision: block rules, sizing
+// and the one allocation of a context, and the loops of each mode around a row's
+// kernel. Complex blocks count complex elements; their real depth is twice as deep,
+// so the depth and height rules are taken on the real extents.
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
-#include "blas/vrx_gemm_packed.h"
+#include "blas/level3/packed/vrx_gemm_packed.h"
 #include "service/vrx_serv.h"
 
 namespace {
@@ -13,51 +15,69 @@ inline std::uintptr_t align_up(std::uintptr_t p, std::uintptr_t to) { return (p 
 // Size of the last cache level, or -1 when it is not known.
 long last_level_cache_bytes() { return static_cast<long>(vrx_serv_cache_size(0)); }
 
+template <typename T>
+inline bool is_zero(T x) {
+  return vrx_traits<T>::is_zero(x);
+}
+template <typename T>
+inline bool is_one(T x) {
+  return vrx_traits<T>::is_one(x);
+}
 }  // namespace
 
-void vrx_gemm_context_init(vrx_gemm_context* ctx, const vrx_gemm_row* row, int variant) {
-  std::memset(ctx, 0, sizeof(*ctx));
+template <typename T>
+void vrx_gemm_context_init(vrx_gemm_context_t<T>* ctx, const vrx_gemm_row_t<T>* row, int variant) {
+  std::memset(static_cast<void*>(ctx), 0, sizeof(*ctx));
   ctx->row = *row;
   ctx->variant = variant;
+  ctx->kernels = vrx_gemm_variant_kernels<T>(variant);
   ctx->a.align_shift = 12;
   ctx->b.align_shift = 12;
   ctx->strips.align_shift = 7;
 }
 
-void vrx_gemm_block_rule(vrx_gemm_context* ctx, vrx_int m, vrx_int n, vrx_int k) {
-  const vrx_gemm_row& r = ctx->row;
+template <typename T>
+void vrx_gemm_block_rule(vrx_gemm_context_t<T>* ctx, vrx_int m, vrx_int n, vrx_int k) {
+  const vrx_gemm_row_t<T>& r = ctx->row;
+  constexpr vrx_int x = vrx_gemm_a_expansion<T>;
   if (ctx->kc == 0) {
-    if (k < 256)
-      ctx->kc = std::max<vrx_int>(round_up(k, r.ku), 128);
-    else if (k >= 257 && k < 512)
-      ctx->kc = round_up(k / 2, r.ku);
+    // On the real depth: x k steps of x ku each.
+    const vrx_int kr = x * k, ku = x * r.ku;
+    vrx_int kc;
+    if (kr < 256)
+      kc = std::max<vrx_int>(round_up(kr, ku), 128);
+    else if (kr >= 257 && kr < 512)
+      kc = round_up(kr / 2, ku);
     else
-      ctx->kc = 256;
+      kc = 256;
+    ctx->kc = kc / x;
   }
   switch (ctx->variant) {
     case VRX_GEMM_VARIANT_AVX:
-      if (ctx->mc == 0) ctx->mc = round_up(std::min<vrx_int>(std::max(r.mr, m), 5000), r.mr);
+      if (ctx->mc == 0) ctx->mc = round_up(std::min<vrx_int>(std::max(r.mr, m), 5000 / x), r.mr);
       if (ctx->nc == 0) {
         ctx->nc = round_up(std::min<vrx_int>(std::max(r.nr, n), 256), r.nr);
-        if (k < 32) ctx->nc = std::min<vrx_int>(ctx->nc, 16);
+        if (x * k < 32) ctx->nc = std::min<vrx_int>(ctx->nc, 16);
       }
       break;
     case VRX_GEMM_VARIANT_SSE42:
     case VRX_GEMM_VARIANT_SSSE3_SSE41: {
       const long l3 = last_level_cache_bytes();
-      if (ctx->mc == 0) ctx->mc = (l3 <= 0 || l3 > 4194304) ? 640 : 384;
+      if (ctx->mc == 0) ctx->mc = ((l3 <= 0 || l3 > 4194304) ? 640 : 384) / x;
       if (ctx->nc == 0) ctx->nc = round_up(std::min<vrx_int>(std::max(r.nr, n), 5000), r.nr);
       break;
     }
     default:
-      if (ctx->mc == 0) ctx->mc = 512;
+      if (ctx->mc == 0) ctx->mc = 512 / x;
       if (ctx->nc == 0) ctx->nc = std::min<vrx_int>(std::max(r.nr, n), 10000);
       break;
   }
 }
 
-int vrx_gemm_sizing(vrx_gemm_context* ctx, int code, vrx_int m, vrx_int n, vrx_int k) {
-  const vrx_gemm_row& r = ctx->row;
+template <typename T>
+int vrx_gemm_sizing(vrx_gemm_context_t<T>* ctx, int code, vrx_int m, vrx_int n, vrx_int k) {
+  const vrx_gemm_row_t<T>& r = ctx->row;
+  constexpr vrx_int x = vrx_gemm_a_expansion<T>;
   if (code == VRX_GEMM_SIZE_EXTENTS || code == VRX_GEMM_SIZE_ROUND) {
     if (code == VRX_GEMM_SIZE_EXTENTS) {
       ctx->mc = m;
@@ -75,22 +95,23 @@ int vrx_gemm_sizing(vrx_gemm_context* ctx, int code, vrx_int m, vrx_int n, vrx_i
   const bool want_strips = code == 100 || code == 104 || code == 105 || code == 106;
   const bool ssse3 = ctx->variant == VRX_GEMM_VARIANT_SSSE3_PLAIN || ctx->variant == VRX_GEMM_VARIANT_SSSE3_SSE41;
   const std::size_t slack = ssse3 ? 4096 : 512;
-  auto set = [](vrx_gemm_buffer& buf, bool want, vrx_int elements, std::size_t extra) {
+  auto set = [](vrx_gemm_buffer_t<T>& buf, bool want, vrx_int elements, std::size_t extra) {
     buf.data = nullptr;
     buf.elements = want ? elements : 0;
-    buf.bytes = want ? static_cast<std::size_t>(elements) * 8 + extra : 0;
+    buf.bytes = want ? static_cast<std::size_t>(elements) * sizeof(T) + extra : 0;
   };
-  set(ctx->a, want_a, ctx->mc * ctx->kc, slack);
+  set(ctx->a, want_a, x * ctx->mc * ctx->kc, slack);
   // Only the blocks this call fills need their pages now; a recycled block already has them.
   const vrx_int used_rows = m > 0 ? std::min(ctx->mc, round_up(m, r.mr)) : ctx->mc;
   const vrx_int used_depth = k > 0 ? std::min(ctx->kc, round_up(k, r.ku)) : ctx->kc;
-  ctx->a_fault_bytes = want_a ? static_cast<std::size_t>(used_rows) * used_depth * 8 + slack : 0;
+  ctx->a_fault_bytes = want_a ? static_cast<std::size_t>(x * used_rows) * used_depth * sizeof(T) + slack : 0;
   set(ctx->b, want_b, ctx->nc * ctx->kc, slack);
   set(ctx->strips, want_strips, ctx->kc * r.nr * r.strips, 512);
   return 0;
 }
 
-int vrx_gemm_allocate(vrx_gemm_context* ctx) {
+template <typename T>
+int vrx_gemm_allocate(vrx_gemm_context_t<T>* ctx) {
   // B at a page plus 768, A at a page plus 1664, strips at 128 bytes.
   const std::size_t total = ctx->b.bytes + ctx->a.bytes + ctx->strips.bytes + 3 * 4096 + 2048;
   void* raw = vrx_gemm_scratch_alloc(total, 128);
@@ -99,12 +120,12 @@ int vrx_gemm_allocate(vrx_gemm_context* ctx) {
   std::uintptr_t p = reinterpret_cast<std::uintptr_t>(raw);
   if (ctx->b.bytes) {
     const std::uintptr_t at = align_up(p, std::uintptr_t{1} << ctx->b.align_shift) + 768;
-    ctx->b.data = reinterpret_cast<double*>(at);
+    ctx->b.data = reinterpret_cast<T*>(at);
     p = at + ctx->b.bytes;
   }
   if (ctx->a.bytes) {
     const std::uintptr_t at = align_up(p, std::uintptr_t{1} << ctx->a.align_shift) + 1664;
-    ctx->a.data = reinterpret_cast<double*>(at);
+    ctx->a.data = reinterpret_cast<T*>(at);
     p = at + ctx->a.bytes;
     // Fault the pages in now, in order.
     if (ctx->a.bytes >= 4096) {
@@ -115,64 +136,71 @@ int vrx_gemm_allocate(vrx_gemm_context* ctx) {
   }
   if (ctx->strips.bytes) {
     const std::uintptr_t at = align_up(p, std::uintptr_t{1} << ctx->strips.align_shift);
-    ctx->strips.data = reinterpret_cast<double*>(at);
+    ctx->strips.data = reinterpret_cast<T*>(at);
   }
   return 0;
 }
 
-void vrx_gemm_release(vrx_gemm_context* ctx) {
+template <typename T>
+void vrx_gemm_release(vrx_gemm_context_t<T>* ctx) {
   if (ctx->raw) vrx_serv_free(ctx->raw);
   ctx->raw = nullptr;
   ctx->a.data = ctx->b.data = ctx->strips.data = nullptr;
 }
 
-int vrx_gemm_mode_query(const vrx_gemm_context* ctx, vrx_int m, vrx_int n, vrx_int k) {
+template <typename T>
+int vrx_gemm_mode_query(const vrx_gemm_context_t<T>* ctx, vrx_int m, vrx_int n, vrx_int k) {
   switch (ctx->variant) {
     case VRX_GEMM_VARIANT_AVX: return 128;
     case VRX_GEMM_VARIANT_SSE42: return 2;
     default: {
       // Keep A private and pack B a strip at a time while a B block stays under 4 MiB.
-      const vrx_int bytes = std::min(ctx->kc, k) * 8 * std::min(ctx->nc, n);
+      const vrx_int bytes = std::min(ctx->kc, k) * static_cast<vrx_int>(sizeof(T)) * std::min(ctx->nc, n);
       return bytes < 4194305 ? 4 : 2;
     }
   }
 }
 
 namespace {
+template <typename T>
 struct operands {
-  int at, bt;
-  const double* a;
+  int at, bt;  // packing codes: 0 N, 1 T, 2 C
+  const T* a;
   vrx_int lda;
-  const double* b;
+  const T* b;
   vrx_int ldb;
-  double* c;
+  T* c;
   vrx_int ldc;
-  double alpha;
-  const double* a_at(vrx_int i, vrx_int l) const { return at ? a + l + i * lda : a + i + l * lda; }
-  const double* b_at(vrx_int l, vrx_int j) const { return bt ? b + j + l * ldb : b + l + j * ldb; }
+  T alpha;
+  const T* a_at(vrx_int i, vrx_int l) const { return at ? a + l + i * lda : a + i + l * lda; }
+  const T* b_at(vrx_int l, vrx_int j) const { return bt ? b + j + l * ldb : b + l + j * ldb; }
 };
 
 // Mode 128: rows outside, then k, then columns; A is packed panel by panel during
 // the first pass over the columns, interleaved with the kernel calls.
-void run_rows_first(vrx_gemm_context* ctx, const operands& o, vrx_int m, vrx_int n, vrx_int k, double beta) {
-  const vrx_gemm_row& r = ctx->row;
+template <typename T>
+void run_rows_first(vrx_gemm_context_t<T>* ctx, const operands<T>& o, vrx_int m, vrx_int n, vrx_int k,
+                    bool beta_zero) {
+  const vrx_gemm_row_t<T>& r = ctx->row;
+  constexpr vrx_int x = vrx_gemm_a_expansion<T>;
+  const T one = vrx_traits<T>::make(1, 0);
   for (vrx_int i0 = 0; i0 < m; i0 += ctx->mc) {
     const vrx_int mb = std::min(ctx->mc, m - i0);
     for (vrx_int l0 = 0; l0 < k; l0 += ctx->kc) {
       const vrx_int kb = std::min(ctx->kc, k - l0);
-      const int store = beta == 0.0 && l0 == 0;
+      const int store = beta_zero && l0 == 0;
       vrx_int packed = i0;
       for (vrx_int j0 = 0; j0 < n; j0 += ctx->nc) {
         const vrx_int nb = std::min(ctx->nc, n - j0);
-        r.pack_b[o.bt](nb, kb, 1.0, o.b_at(l0, j0), o.ldb, ctx->b.data);
-        double* cj = o.c + j0 * o.ldc;
+        r.pack_b[o.bt](nb, kb, one, o.b_at(l0, j0), o.ldb, ctx->b.data);
+        T* cj = o.c + j0 * o.ldc;
         for (vrx_int i = i0; i < i0 + mb;) {
           if (packed > i) {
-            r.kernel(i0 + mb - i, nb, kb, ctx->a.data + (i - i0) * kb, ctx->b.data, cj + i, o.ldc, store);
+            r.kernel(i0 + mb - i, nb, kb, ctx->a.data + x * (i - i0) * kb, ctx->b.data, cj + i, o.ldc, store);
             break;
           }
           const vrx_int h = std::min(r.mr, i0 + mb - i);
-          double* panel = nb == n ? ctx->a.data : ctx->a.data + (i - i0) * kb;
+          T* panel = nb == n ? ctx->a.data : ctx->a.data + x * (i - i0) * kb;
           r.pack_a[o.at](h, kb, o.alpha, o.a_at(i, l0), o.lda, panel);
           r.kernel(h, nb, kb, panel, ctx->b.data, cj + i, o.ldc, store);
           packed = i + h;
@@ -184,14 +212,17 @@ void run_rows_first(vrx_gemm_context* ctx, const operands& o, vrx_int m, vrx_int
 }
 
 // Mode 2: columns and k outside; both blocks packed privately.
-void run_both_packed(vrx_gemm_context* ctx, const operands& o, vrx_int m, vrx_int n, vrx_int k, double beta) {
-  const vrx_gemm_row& r = ctx->row;
+template <typename T>
+void run_both_packed(vrx_gemm_context_t<T>* ctx, const operands<T>& o, vrx_int m, vrx_int n, vrx_int k,
+                     bool beta_zero) {
+  const vrx_gemm_row_t<T>& r = ctx->row;
+  const T one = vrx_traits<T>::make(1, 0);
   for (vrx_int j0 = 0; j0 < n; j0 += ctx->nc) {
     const vrx_int nb = std::min(ctx->nc, n - j0);
     for (vrx_int l0 = 0; l0 < k; l0 += ctx->kc) {
       const vrx_int kb = std::min(ctx->kc, k - l0);
-      const int store = beta == 0.0 && l0 == 0;
-      r.pack_b[o.bt](nb, kb, 1.0, o.b_at(l0, j0), o.ldb, ctx->b.data);
+      const int store = beta_zero && l0 == 0;
+      r.pack_b[o.bt](nb, kb, one, o.b_at(l0, j0), o.ldb, ctx->b.data);
       for (vrx_int i0 = 0; i0 < m; i0 += ctx->mc) {
         const vrx_int mb = std::min(ctx->mc, m - i0);
         r.pack_a[o.at](mb, kb, o.alpha, o.a_at(i0, l0), o.lda, ctx->a.data);
@@ -203,23 +234,26 @@ void run_both_packed(vrx_gemm_context* ctx, const operands& o, vrx_int m, vrx_in
 
 // Mode 4: the A block is private; B goes through the strips buffer one register
 // width at a time, right before the kernel uses it.
-void run_b_by_strips(vrx_gemm_context* ctx, const operands& o, vrx_int m, vrx_int n, vrx_int k, double beta) {
-  const vrx_gemm_row& r = ctx->row;
+template <typename T>
+void run_b_by_strips(vrx_gemm_context_t<T>* ctx, const operands<T>& o, vrx_int m, vrx_int n, vrx_int k,
+                     bool beta_zero) {
+  const vrx_gemm_row_t<T>& r = ctx->row;
+  const T one = vrx_traits<T>::make(1, 0);
   const vrx_int slots = std::max<vrx_int>(r.strips, 1);
   vrx_int slot = 0;
   for (vrx_int j0 = 0; j0 < n; j0 += ctx->nc) {
     const vrx_int nb = std::min(ctx->nc, n - j0);
     for (vrx_int l0 = 0; l0 < k; l0 += ctx->kc) {
       const vrx_int kb = std::min(ctx->kc, k - l0);
-      const int store = beta == 0.0 && l0 == 0;
+      const int store = beta_zero && l0 == 0;
       for (vrx_int i0 = 0; i0 < m; i0 += ctx->mc) {
         const vrx_int mb = std::min(ctx->mc, m - i0);
         r.pack_a[o.at](mb, kb, o.alpha, o.a_at(i0, l0), o.lda, ctx->a.data);
         for (vrx_int j = 0; j < nb;) {
           const vrx_int w = vrx_gemm_panel_extent(j, nb, r.nr);
-          double* strip = ctx->strips.data + slot * kb * r.nr;
+          T* strip = ctx->strips.data + slot * kb * r.nr;
           slot = (slot + 1) % slots;
-          r.pack_b[o.bt](w, kb, 1.0, o.b_at(l0, j0 + j), o.ldb, strip);
+          r.pack_b[o.bt](w, kb, one, o.b_at(l0, j0 + j), o.ldb, strip);
           r.kernel(mb, w, kb, ctx->a.data, strip, o.c + i0 + (j0 + j) * o.ldc, o.ldc, store);
           j += w;
         }
@@ -236,31 +270,27 @@ int allocation_code(int mode) {
 }
 }  // namespace
 
-void vrx_blas_dgemm_packed(const char* transa, const char* transb, const vrx_int* m_, const vrx_int* n_,
-                           const vrx_int* k_, const double* alpha_, const double* a, const vrx_int* lda_,
-                           const double* b, const vrx_int* ldb_, const double* beta_, double* c,
-                           const vrx_int* ldc_, int mode, vrx_gemm_context* ctx) {
+template <typename T>
+void vrx_gemm_packed(const char* transa, const char* transb, const vrx_int* m_, const vrx_int* n_, const vrx_int* k_,
+                     const T* alpha_, const T* a, const vrx_int* lda_, const T* b, const vrx_int* ldb_,
+                     const T* beta_, T* c, const vrx_int* ldc_, int mode, vrx_gemm_context_t<T>* ctx) {
   const vrx_int m = *m_, n = *n_, k = *k_, ldc = *ldc_;
   if (m < 1 || n < 1) return;
-  const vrx_gemm_row& r = ctx->row;
-  void (*scale)(vrx_int, vrx_int, double, double*, vrx_int) =
-      ctx->variant == VRX_GEMM_VARIANT_AVX     ? vrx_blas_dgemm_scale_c_avx
-      : ctx->variant == VRX_GEMM_VARIANT_SSE42 ? vrx_blas_dgemm_scale_c_sse42
-                                               : vrx_blas_dgemm_scale_c_ssse3;
-  vrx_dgemm_fn unpacked = ctx->variant == VRX_GEMM_VARIANT_AVX     ? vrx_blas_dgemm_unpacked_avx
-                          : ctx->variant == VRX_GEMM_VARIANT_SSE42 ? vrx_blas_dgemm_unpacked_sse42
-                                                                   : vrx_blas_dgemm_unpacked_ssse3;
-  double beta = *beta_;
+  const vrx_gemm_row_t<T>& r = ctx->row;
+  const vrx_gemm_scale_c_fn<T> scale = ctx->kernels->scale_c;
+  const vrx_gemm_fn<T> unpacked = ctx->kernels->unpacked;
+  const T zero = vrx_traits<T>::make(0, 0), one = vrx_traits<T>::make(1, 0);
+  T beta = *beta_;
   if (k < 1) {
     scale(m, n, beta, c, ldc);
     return;
   }
-  if (beta != 1.0 && beta != 0.0) {
+  if (!is_one(beta) && !is_zero(beta)) {
     scale(m, n, beta, c, ldc);
-    beta = 1.0;
+    beta = one;
   }
-  if (*alpha_ == 0.0) {
-    if (beta == 0.0) scale(m, n, 0.0, c, ldc);
+  if (is_zero(*alpha_)) {
+    if (is_zero(beta)) scale(m, n, zero, c, ldc);
     return;
   }
   if (m < r.min_m || n < r.min_n || k < r.min_k) {
@@ -269,10 +299,10 @@ void vrx_blas_dgemm_packed(const char* transa, const char* transb, const vrx_int
   }
   if (ctx->mc == 0 || ctx->nc == 0 || ctx->kc == 0) r.block(ctx, m, n, k);
   if (mode == 0) mode = vrx_gemm_mode_query(ctx, m, n, k);
+  const int at = vrx_gemm_pack_code(*transa), bt = vrx_gemm_pack_code(*transb);
   if (mode == 8 || mode == 16 || mode == 32 || mode == 64) {
-    const int at = vrx_blas_trans_code(*transa) != 0, bt = vrx_blas_trans_code(*transb) != 0;
     if (vrx_gemm_packed_shared_entry(ctx, mode, at, bt, m, n, k, *alpha_, a, *lda_, b, *ldb_, c, ldc,
-                                     beta == 0.0) != 0)
+                                     is_zero(beta)) != 0)
       unpacked(transa, transb, m_, n_, k_, alpha_, a, lda_, b, ldb_, &beta, c, ldc_);
     return;
   }
@@ -282,39 +312,55 @@ void vrx_blas_dgemm_packed(const char* transa, const char* transb, const vrx_int
     unpacked(transa, transb, m_, n_, k_, alpha_, a, lda_, b, ldb_, &beta, c, ldc_);
     return;
   }
-  const operands o = {vrx_blas_trans_code(*transa) != 0, vrx_blas_trans_code(*transb) != 0, a, *lda_, b, *ldb_,
-                      c, ldc, *alpha_};
+  const operands<T> o = {at, bt, a, *lda_, b, *ldb_, c, ldc, *alpha_};
   if (mode == 128)
-    run_rows_first(ctx, o, m, n, k, beta);
+    run_rows_first(ctx, o, m, n, k, is_zero(beta));
   else if (mode == 4)
-    run_b_by_strips(ctx, o, m, n, k, beta);
+    run_b_by_strips(ctx, o, m, n, k, is_zero(beta));
   else
-    run_both_packed(ctx, o, m, n, k, beta);
+    run_both_packed(ctx, o, m, n, k, is_zero(beta));
   vrx_gemm_release(ctx);
 }
 
-void vrx_gemm_packed_route_tail(const vrx_gemm_row* row, int variant, int mode, const char* transa,
+void vrx_blas_dgemm_packed(const char* transa, const char* transb, const vrx_int* m, const vrx_int* n,
+                           const vrx_int* k, const double* alpha, const double* a, const vrx_int* lda,
+                           const double* b, const vrx_int* ldb, const double* beta, double* c, const vrx_int* ldc,
+                           int mode, vrx_gemm_context* ctx) {
+  vrx_gemm_packed<double>(transa, transb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc, mode, ctx);
+}
+
+template <typename T>
+void vrx_gemm_packed_route_tail(const vrx_gemm_row_t<T>* row, int variant, int mode, const char* transa,
                                 const char* transb, const vrx_int* m, const vrx_int* n, const vrx_int* k,
-                                const double* alpha, const double* a, const vrx_int* lda, const double* b,
-                                const vrx_int* ldb, const double* beta, double* c, const vrx_int* ldc) {
-  vrx_gemm_context ctx;
+                                const T* alpha, const T* a, const vrx_int* lda, const T* b, const vrx_int* ldb,
+                                const T* beta, T* c, const vrx_int* ldc) {
+  vrx_gemm_context_t<T> ctx;
   vrx_gemm_context_init(&ctx, row, variant);
-  const double one = 1.0;
-  if (*beta != 1.0) {
-    if (variant == VRX_GEMM_VARIANT_AVX)
-      vrx_blas_dgemm_scale_c_avx(*m, *n, *beta, c, *ldc);
-    else if (variant == VRX_GEMM_VARIANT_SSE42)
-      vrx_blas_dgemm_scale_c_sse42(*m, *n, *beta, c, *ldc);
-    else
-      vrx_blas_dgemm_scale_c_ssse3(*m, *n, *beta, c, *ldc);
-  }
-  if (*alpha == 0.0) return;
+  const T one = vrx_traits<T>::make(1, 0);
+  if (!is_one(*beta)) ctx.kernels->scale_c(*m, *n, *beta, c, *ldc);
+  if (is_zero(*alpha)) return;
   if (*m >= row->mr && *n >= row->nr && *k >= row->ku) {
-    vrx_blas_dgemm_packed(transa, transb, m, n, k, alpha, a, lda, b, ldb, &one, c, ldc, mode, &ctx);
+    vrx_gemm_packed<T>(transa, transb, m, n, k, alpha, a, lda, b, ldb, &one, c, ldc, mode, &ctx);
     return;
   }
-  vrx_dgemm_fn unpacked = variant == VRX_GEMM_VARIANT_AVX     ? vrx_blas_dgemm_unpacked_avx
-                          : variant == VRX_GEMM_VARIANT_SSE42 ? vrx_blas_dgemm_unpacked_sse42
-                                                              : vrx_blas_dgemm_unpacked_ssse3;
-  unpacked(transa, transb, m, n, k, alpha, a, lda, b, ldb, &one, c, ldc);
+  ctx.kernels->unpacked(transa, transb, m, n, k, alpha, a, lda, b, ldb, &one, c, ldc);
 }
+
+#define VRX_GEMM_PACKED_INSTANTIATE(T)                                                                             \
+  template void vrx_gemm_context_init<T>(vrx_gemm_context_t<T>*, const vrx_gemm_row_t<T>*, int);                  \
+  template void vrx_gemm_block_rule<T>(vrx_gemm_context_t<T>*, vrx_int, vrx_int, vrx_int);                        \
+  template int vrx_gemm_sizing<T>(vrx_gemm_context_t<T>*, int, vrx_int, vrx_int, vrx_int);                         \
+  template int vrx_gemm_allocate<T>(vrx_gemm_context_t<T>*);                                                       \
+  template void vrx_gemm_release<T>(vrx_gemm_context_t<T>*);                                                       \
+  template int vrx_gemm_mode_query<T>(const vrx_gemm_context_t<T>*, vrx_int, vrx_int, vrx_int);                    \
+  template void vrx_gemm_packed<T>(const char*, const char*, const vrx_int*, const vrx_int*, const vrx_int*,         \
+                                   const T*, const T*, const vrx_int*, const T*, const vrx_int*, const T*, T*,     \
+                                   const vrx_int*, int, vrx_gemm_context_t<T>*);                                  \
+  template void vrx_gemm_packed_route_tail<T>(const vrx_gemm_row_t<T>*, int, int, const char*, const char*,        \
+                                              const vrx_int*, const vrx_int*, const vrx_int*, const T*, const T*,  \
+                                              const vrx_int*, const T*, const vrx_int*, const T*, T*,              \
+                                              const vrx_int*);
+VRX_GEMM_PACKED_INSTANTIATE(float)
+VRX_GEMM_PACKED_INSTANTIATE(double)
+VRX_GEMM_PACKED_INSTANTIATE(vrx_complex_float)
+VRX_GEMM_PACKED_INSTANTIATE(vrx_complex_double)

@@ -2,19 +2,32 @@
 // tiny shapes in place, everything else through the packed driver with the 4 by 4
 // row of this processor; the mode query keeps B in strips while its block is small.
 #include <cstdint>
-#include "blas/vrx_gemm_packed.h"
+#include "blas/level3/packed/vrx_gemm_packed.h"
+
+template <typename T>
+void vrx_gemm_route_ssse3(const char* transa, const char* transb, const vrx_int* m, const vrx_int* n,
+                          const vrx_int* k, const T* alpha, const T* a, const vrx_int* lda, const T* b,
+                          const vrx_int* ldb, const T* beta, T* c, const vrx_int* ldc) {
+  if (*m < 1 || *n < 1) return;
+  if (*m < 11 && *n < 11 && static_cast<std::uint64_t>(*k - 1) <= 9 && vrx_traits<T>::is_one(*beta)) {
+    vrx_gemm_class_of<T>(vrx_gemm_kernels_ssse3)->tiny_k(transa, transb, m, n, k, alpha, a, lda, b, ldb, beta, c,
+                                                         ldc);
+    return;
+  }
+  const int sse41 = vrx_gemm_ssse3_has_sse41_here();
+  vrx_gemm_packed_route_tail<T>(vrx_gemm_row_ssse3<T>(sse41),
+                                sse41 ? VRX_GEMM_VARIANT_SSSE3_SSE41 : VRX_GEMM_VARIANT_SSSE3_PLAIN, 0, transa,
+                                transb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);
+}
 
 void vrx_blas_dgemm_route_ssse3(const char* transa, const char* transb, const vrx_int* m, const vrx_int* n,
                                 const vrx_int* k, const double* alpha, const double* a, const vrx_int* lda,
                                 const double* b, const vrx_int* ldb, const double* beta, double* c,
                                 const vrx_int* ldc) {
-  if (*m < 1 || *n < 1) return;
-  if (*m < 11 && *n < 11 && static_cast<std::uint64_t>(*k - 1) <= 9 && *beta == 1.0) {
-    vrx_blas_dgemm_tiny_k_ssse3(transa, transb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);
-    return;
-  }
-  const int sse41 = vrx_gemm_ssse3_has_sse41_here();
-  vrx_gemm_packed_route_tail(vrx_gemm_row_ssse3(sse41),
-                             sse41 ? VRX_GEMM_VARIANT_SSSE3_SSE41 : VRX_GEMM_VARIANT_SSSE3_PLAIN, 0, transa, transb,
-                             m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);
+  vrx_gemm_route_ssse3<double>(transa, transb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);
 }
+
+template vrx_gemm_fn_type<float> vrx_gemm_route_ssse3<float>;
+template vrx_gemm_fn_type<double> vrx_gemm_route_ssse3<double>;
+template vrx_gemm_fn_type<vrx_complex_float> vrx_gemm_route_ssse3<vrx_complex_float>;
+template vrx_gemm_fn_type<vrx_complex_double> vrx_gemm_route_ssse3<vrx_complex_double>;

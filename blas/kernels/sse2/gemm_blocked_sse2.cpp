@@ -1,5 +1,6 @@
 // SSE2 kernels of the blocked loop: packing with alpha folded into A, and the
-// register blocks. SSE2 has no load-and-broadcast, so two kernels exist:
+// register blocks. Double precision (and double complex, on the same blocks) has two
+// kernels, since SSE2 has no load-and-broadcast:
 //  - dup: each B panel is copied once more with every value doubled ([b, b]) into a
 //    small scratch area that stays in the first-level cache while the packed A block
 //    streams past it; the copy pays off over many row tiles;
@@ -7,10 +8,14 @@
 //    register gathers (a0 b0, a1 b1), a second one, fed with the rows swapped, gathers
 //    (a1 b0, a0 b1), and the lanes are sorted back into columns when C is updated.
 // Both give every C element the same products added in the same order, from zero,
-// so their results are bitwise identical.
+// so their results are bitwise identical. Single precision (and single complex) runs
+// the plain register block of the class body: blocks of 8 rows (first set) or 4 rows
+// (second set) by 4 columns.
 #include <emmintrin.h>
 #include <type_traits>
-#include "blas/vrx_gemm_packed.h"
+#define VRX_GEMM_VECTOR_BYTES 16
+#include "blas/kernels/gemm_packed_vector_body.h"
+#include "blas/level3/packed/vrx_gemm_kernels.h"
 
 namespace {
 
@@ -260,8 +265,191 @@ void pack_pairs(bool across, vrx_int rows, vrx_int kb, vrx_int kp, double factor
   if (i < rows)
     pack_panel<1, Scale>(across, kb, kp, factor, across ? src + i : src + i * ld, ld, out + 2 * i * kp);
 }
+
+
+enum { kernel_dup = 0, kernel_swap = 1 };
+// Below 128 rows the doubled copy of B is spread over too few row tiles to pay off.
+inline int kernel_for(vrx_int mb) { return mb < 128 ? kernel_swap : kernel_dup; }
+inline int height_of(int set) { return set == 0 ? 4 : 2; }
+
+// ---- double ----
+
+void d_pack_a(int set, int trans, vrx_int rows, vrx_int kb, vrx_int kp, double alpha, const double* a,
+              vrx_int lda, double* out) {
+  const bool across = trans == 0;
+  // A factor of 1 changes no value: plain copies then.
+  if (kernel_for(rows) == kernel_swap) {
+    if (alpha == 1.0)
+      pack_pairs<false>(across, rows, kb, kp, alpha, a, lda, out);
+    else
+      pack_pairs<true>(across, rows, kb, kp, alpha, a, lda, out);
+  } else if (alpha == 1.0) {
+    pack_panels<false>(across, rows, kb, kp, height_of(set), alpha, a, lda, out);
+  } else {
+    pack_panels<true>(across, rows, kb, kp, height_of(set), alpha, a, lda, out);
+  }
+}
+void d_pack_b(int trans, vrx_int kb, vrx_int cols, vrx_int kp, const double* b, vrx_int ldb, double* out) {
+  pack_panels<false>(trans != 0, cols, kb, kp, 4, 1.0, b, ldb, out);
+}
+void d_block(int set, vrx_int mb, vrx_int nb, vrx_int kp, const double* apack, const double* bpack, double* dup,
+             double* c, vrx_int ldc) {
+  if (kernel_for(mb) == kernel_swap)
+    swap_block(mb, nb, kp, apack, bpack, c, ldc);
+  else
+    dup_block(height_of(set), mb, nb, kp, apack, bpack, dup, c, ldc);
+}
+
+// ---- complex packing on the real blocks ----
+
+// alpha op(A)(i, l) of a complex A as its real and imaginary parts.
+template <typename R>
+[[gnu::always_inline]] inline void complex_a_value(int trans, vrx_complex<R> alpha, bool real_alpha,
+                                                   const vrx_complex<R>* a, vrx_int lda, vrx_int i, vrx_int l,
+                                                   R* re, R* im) {
+  const vrx_complex<R> x = trans == 0 ? a[i + l * lda] : a[l + i * lda];
+  const R xi = trans == 2 ? -x.im : x.im;
+  if (real_alpha) {
+    *re = alpha.re * x.re;
+    *im = alpha.re * xi;
+  } else {
+    *re = alpha.re * x.re - alpha.im * xi;
+    *im = alpha.re * xi + alpha.im * x.re;
+  }
+}
+
+// Panels of `height` real rows (height / 2 complex rows, then the bits of the
+// remainder), kp real steps each: value v gives [v.re -v.im; v.im v.re].
+template <typename R>
+void complex_pack_panels(int height, int trans, vrx_int rows, vrx_int kb, vrx_int kp, vrx_complex<R> alpha,
+                         const vrx_complex<R>* a, vrx_int lda, R* out) {
+  const bool real_alpha = alpha.im == 0;
+  for (vrx_int i = 0; i < rows;) {
+    const vrx_int h = vrx_gemm_panel_extent(i, rows, height / 2), hr = 2 * h;
+    R* o = out + 2 * i * kp;
+    for (vrx_int l = 0; l < kb; ++l)
+      for (vrx_int r = 0; r < h; ++r) {
+        R re, im;
+        complex_a_value<R>(trans, alpha, real_alpha, a, lda, i + r, l, &re, &im);
+        o[2 * l * hr + 2 * r] = re;
+        o[2 * l * hr + 2 * r + 1] = im;
+        o[(2 * l + 1) * hr + 2 * r] = -im;
+        o[(2 * l + 1) * hr + 2 * r + 1] = re;
+      }
+    for (vrx_int l = 2 * kb * hr; l < kp * hr; ++l) o[l] = 0;
+    i += h;
+  }
+}
+
+// Panels of 4 columns (then 2, 1), kp real steps: each step's real parts, then its
+// imaginary parts.
+template <typename R>
+void complex_pack_b(int trans, vrx_int kb, vrx_int cols, vrx_int kp, const vrx_complex<R>* b, vrx_int ldb,
+                    R* out) {
+  const R sign = trans == 2 ? R(-1) : R(1);
+  for (vrx_int j = 0; j < cols;) {
+    const vrx_int w = vrx_gemm_panel_extent(j, cols, 4);
+    R* o = out + j * kp;
+    for (vrx_int l = 0; l < kb; ++l)
+      for (vrx_int c = 0; c < w; ++c) {
+        const vrx_complex<R> x = trans == 0 ? b[l + (j + c) * ldb] : b[(j + c) + l * ldb];
+        o[2 * l * w + c] = x.re;
+        o[(2 * l + 1) * w + c] = sign * x.im;
+      }
+    for (vrx_int l = 2 * kb * w; l < kp * w; ++l) o[l] = 0;
+    j += w;
+  }
+}
+
+// ---- double complex: the double blocks on 2 mb real rows ----
+
+void z_pack_a(int set, int trans, vrx_int rows, vrx_int kb, vrx_int kp, vrx_complex_double alpha,
+              const vrx_complex_double* a, vrx_int lda, vrx_complex_double* out_) {
+  double* out = reinterpret_cast<double*>(out_);
+  if (kernel_for(2 * rows) != kernel_swap) {
+    complex_pack_panels<double>(height_of(set), trans, rows, kb, kp, alpha, a, lda, out);
+    return;
+  }
+  // Pairs of real rows are one complex row: each real step as (a0, a1) then (a1, a0).
+  const bool real_alpha = alpha.im == 0;
+  for (vrx_int i = 0; i < rows; ++i) {
+    double* o = out + 4 * i * kp;
+    for (vrx_int l = 0; l < kb; ++l) {
+      double re, im;
+      complex_a_value<double>(trans, alpha, real_alpha, a, lda, i, l, &re, &im);
+      double* e = o + 8 * l;
+      e[0] = re, e[1] = im, e[2] = im, e[3] = re;
+      e[4] = -im, e[5] = re, e[6] = re, e[7] = -im;
+    }
+    for (vrx_int l = 8 * kb; l < 4 * kp; ++l) o[l] = 0.0;
+  }
+}
+void z_pack_b(int trans, vrx_int kb, vrx_int cols, vrx_int kp, const vrx_complex_double* b, vrx_int ldb,
+              vrx_complex_double* out) {
+  complex_pack_b<double>(trans, kb, cols, kp, b, ldb, reinterpret_cast<double*>(out));
+}
+void z_block(int set, vrx_int mb, vrx_int nb, vrx_int kp, const vrx_complex_double* apack,
+             const vrx_complex_double* bpack, vrx_complex_double* dup, vrx_complex_double* c, vrx_int ldc) {
+  d_block(set, 2 * mb, nb, kp, reinterpret_cast<const double*>(apack), reinterpret_cast<const double*>(bpack),
+          reinterpret_cast<double*>(dup), reinterpret_cast<double*>(c), 2 * ldc);
+}
+
+// ---- single precision and single complex: the plain register block ----
+
+void s_pack_a(int set, int trans, vrx_int rows, vrx_int kb, vrx_int kp, float alpha, const float* a, vrx_int lda,
+              float* out) {
+  const int height = set == 0 ? 8 : 4;
+  for (vrx_int i = 0; i < rows;) {
+    const vrx_int h = vrx_gemm_panel_extent(i, rows, height);
+    float* o = out + i * kp;
+    for (vrx_int l = 0; l < kb; ++l)
+      for (vrx_int r = 0; r < h; ++r) o[l * h + r] = alpha * (trans == 0 ? a[i + r + l * lda] : a[l + (i + r) * lda]);
+    for (vrx_int l = kb * h; l < kp * h; ++l) o[l] = 0.0f;
+    i += h;
+  }
+}
+void s_pack_b(int trans, vrx_int kb, vrx_int cols, vrx_int kp, const float* b, vrx_int ldb, float* out) {
+  for (vrx_int j = 0; j < cols;) {
+    const vrx_int w = vrx_gemm_panel_extent(j, cols, 4);
+    float* o = out + j * kp;
+    for (vrx_int l = 0; l < kb; ++l)
+      for (vrx_int c = 0; c < w; ++c) o[l * w + c] = trans == 0 ? b[l + (j + c) * ldb] : b[(j + c) + l * ldb];
+    for (vrx_int l = kb * w; l < kp * w; ++l) o[l] = 0.0f;
+    j += w;
+  }
+}
+void s_block(int set, vrx_int mb, vrx_int nb, vrx_int kp, const float* apack, const float* bpack, float*, float* c,
+             vrx_int ldc) {
+  if (set == 0)
+    gemm_packed_kernel<float, 8, 4, false>(mb, nb, kp, apack, bpack, c, ldc, 0);
+  else
+    gemm_packed_kernel<float, 4, 4, false>(mb, nb, kp, apack, bpack, c, ldc, 0);
+}
+void c_pack_a(int set, int trans, vrx_int rows, vrx_int kb, vrx_int kp, vrx_complex_float alpha,
+              const vrx_complex_float* a, vrx_int lda, vrx_complex_float* out) {
+  complex_pack_panels<float>(set == 0 ? 8 : 4, trans, rows, kb, kp, alpha, a, lda, reinterpret_cast<float*>(out));
+}
+void c_pack_b(int trans, vrx_int kb, vrx_int cols, vrx_int kp, const vrx_complex_float* b, vrx_int ldb,
+              vrx_complex_float* out) {
+  complex_pack_b<float>(trans, kb, cols, kp, b, ldb, reinterpret_cast<float*>(out));
+}
+void c_block(int set, vrx_int mb, vrx_int nb, vrx_int kp, const vrx_complex_float* apack,
+             const vrx_complex_float* bpack, vrx_complex_float*, vrx_complex_float* c, vrx_int ldc) {
+  s_block(set, 2 * mb, nb, kp, reinterpret_cast<const float*>(apack), reinterpret_cast<const float*>(bpack),
+          nullptr, reinterpret_cast<float*>(c), 2 * ldc);
+}
+
+constexpr vrx_gemm_blocked_kernels<float> s_blocked = {s_pack_a, s_pack_b, s_block};
+constexpr vrx_gemm_blocked_kernels<double> d_blocked = {d_pack_a, d_pack_b, d_block};
+constexpr vrx_gemm_blocked_kernels<vrx_complex_float> c_blocked = {c_pack_a, c_pack_b, c_block};
+constexpr vrx_gemm_blocked_kernels<vrx_complex_double> z_blocked = {z_pack_a, z_pack_b, z_block};
 }  // namespace
 
+const vrx_gemm_blocked_table vrx_gemm_blocked_sse2 = {&s_blocked, &d_blocked, &c_blocked, &z_blocked};
+
+// The double-precision pieces by name, each kernel on its own (tests hold the two
+// kernels to the same bits).
+int vrx_sse2_gemm_kernel_for(vrx_int mb) { return kernel_for(mb); }
 void vrx_sse2_gemm_pack_a_pairs(int trans, vrx_int rows, vrx_int kb, vrx_int kp, double alpha, const double* a,
                                 vrx_int lda, double* out) {
   if (alpha == 1.0)
@@ -269,27 +457,20 @@ void vrx_sse2_gemm_pack_a_pairs(int trans, vrx_int rows, vrx_int kb, vrx_int kp,
   else
     pack_pairs<true>(trans == 0, rows, kb, kp, alpha, a, lda, out);
 }
-
 void vrx_sse2_gemm_pack_a(int trans, vrx_int rows, vrx_int kb, vrx_int kp, int height, double alpha,
                           const double* a, vrx_int lda, double* out) {
-  // A factor of 1 changes no value: plain copies then.
   if (alpha == 1.0)
     pack_panels<false>(trans == 0, rows, kb, kp, height, alpha, a, lda, out);
   else
     pack_panels<true>(trans == 0, rows, kb, kp, height, alpha, a, lda, out);
 }
-
 void vrx_sse2_gemm_pack_b(int trans, vrx_int kb, vrx_int cols, vrx_int kp, const double* b, vrx_int ldb,
                           double* out) {
-  pack_panels<false>(trans != 0, cols, kb, kp, 4, 1.0, b, ldb, out);
+  d_pack_b(trans, kb, cols, kp, b, ldb, out);
 }
-
-// Below 128 rows the doubled copy of B is spread over too few row tiles to pay off.
-int vrx_sse2_gemm_kernel_for(vrx_int mb) { return mb < 128 ? VRX_SSE2_KERNEL_SWAP : VRX_SSE2_KERNEL_DUP; }
-
 void vrx_sse2_gemm_block(int kernel, int height, vrx_int mb, vrx_int nb, vrx_int kp, const double* apack,
                          const double* bpack, double* dup, double* c, vrx_int ldc) {
-  if (kernel == VRX_SSE2_KERNEL_SWAP)
+  if (kernel == kernel_swap)
     swap_block(mb, nb, kp, apack, bpack, c, ldc);
   else
     dup_block(height, mb, nb, kp, apack, bpack, dup, c, ldc);
