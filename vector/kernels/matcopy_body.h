@@ -373,6 +373,7 @@ void mc_imatcopy(char ordering, char trans, mc_size rows, mc_size cols, T alpha,
   }
   if (mc_transposing(trans) && (row || col)) {
     if (rows == cols && lda == ldb) return mc_square(rows, alpha, ab, lda);
+    if (lda == 0) return;  // no index map to follow (it divides by lda): nothing is done
     return mc_cycles(rows, cols, alpha, ab, lda, ldb);
   }
   if (!mc_plain(trans) || !(row || col)) return;
