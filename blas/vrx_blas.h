@@ -43,6 +43,15 @@ vrx_gemm_fn_type<vrx_complex_float> vrx_blas_cgemm, vrx_blas_cgemm_sequential, v
     vrx_blas_cgemm_reference;
 vrx_gemm_fn_type<vrx_complex_double> vrx_blas_zgemm, vrx_blas_zgemm_sequential, vrx_blas_zgemm_classic,
     vrx_blas_zgemm_reference;
+// The engine routines by their published names, Fortran style: every argument by
+// pointer, complex scalars as pointers to the two-element type, no hidden lengths. An
+// m or n below 1 returns at once. Double's engine form is vrx_blas_dgemm_gate.
+extern "C" {
+vrx_gemm_fn_type<float> SGEMM;
+vrx_gemm_fn_type<vrx_complex_float> CGEMM;
+vrx_gemm_fn_type<vrx_complex_double> ZGEMM;
+}
+
 // The sequential route of a classic CPU type (0, 2, 3, 4) under a reproducibility branch;
 // null for the other types.
 template <typename T>

@@ -227,7 +227,7 @@ TEST(DgemmL3Driver, CooperatingDriverOnASharedPackedBlock) {
     vrx_l3_team<double> team{};
     team.team_mode = 1;
     setup s = make_setup(cpu, 'T', 'N', m, n, k, a.data(), lda, b.data(), ldb, c.data(), ldc, -0.5, 3.0, &team);
-    ASSERT_EQ(s.ops.driver, vrx_l3_driver_cooperating);
+    ASSERT_EQ(s.ops.driver, vrx_l3_driver_cooperating<double>);
     vrx_l3_blocking<double> bl;
     vrx_l3_blocking_init(&s.a, &s.b, &s.shape, &bl);
     ASSERT_EQ(bl.allocate(&bl), 1);
@@ -252,7 +252,7 @@ TEST(DgemmL3Driver, KindsWithoutOperationsAreRefused) {
   EXPECT_EQ(s.ops.min_n, 4);
   s.call.kind = VRX_L3_TRSM;
   EXPECT_EQ(vrx_l3_init_ops_with(vrx_l3_kernels_for<double>(VRX_CPU_AVX2), &s.call, &s.a, &s.b, &s.c, &s.shape, &s.ops), 0);
-  EXPECT_EQ(vrx_l3_init_ops_with(nullptr, &s.call, &s.a, &s.b, &s.c, &s.shape, &s.ops), 0);
+  EXPECT_EQ(vrx_l3_init_ops_with<double>(nullptr, &s.call, &s.a, &s.b, &s.c, &s.shape, &s.ops), 0);
 }
 
 namespace {

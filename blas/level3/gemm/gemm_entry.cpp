@@ -169,3 +169,25 @@ void vrx_blas_zgemm(const char* transa, const char* transb, const vrx_int* m, co
                     vrx_complex_double* c, const vrx_int* ldc) {
   gemm_entry(transa, transb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);
 }
+
+// The published names: the quick return of the gate, then the entry.
+extern "C" void SGEMM(const char* transa, const char* transb, const vrx_int* m, const vrx_int* n, const vrx_int* k,
+                      const float* alpha, const float* a, const vrx_int* lda, const float* b, const vrx_int* ldb,
+                      const float* beta, float* c, const vrx_int* ldc) {
+  if (*m <= 0 || *n <= 0) return;
+  vrx_blas_sgemm(transa, transb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);
+}
+extern "C" void CGEMM(const char* transa, const char* transb, const vrx_int* m, const vrx_int* n, const vrx_int* k,
+                      const vrx_complex_float* alpha, const vrx_complex_float* a, const vrx_int* lda,
+                      const vrx_complex_float* b, const vrx_int* ldb, const vrx_complex_float* beta,
+                      vrx_complex_float* c, const vrx_int* ldc) {
+  if (*m <= 0 || *n <= 0) return;
+  vrx_blas_cgemm(transa, transb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);
+}
+extern "C" void ZGEMM(const char* transa, const char* transb, const vrx_int* m, const vrx_int* n, const vrx_int* k,
+                      const vrx_complex_double* alpha, const vrx_complex_double* a, const vrx_int* lda,
+                      const vrx_complex_double* b, const vrx_int* ldb, const vrx_complex_double* beta,
+                      vrx_complex_double* c, const vrx_int* ldc) {
+  if (*m <= 0 || *n <= 0) return;
+  vrx_blas_zgemm(transa, transb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);
+}
