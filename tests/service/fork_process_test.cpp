@@ -8,6 +8,22 @@
 #include "support/child_process.h"
 
 namespace {
+// AddressSanitizer's allocator (clang 14) is not fork-safe: a child forked while another
+// thread is inside malloc may wait for ever in its own first malloc, whatever this
+// library does. The races below need that other thread, so such builds skip them.
+#if defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define VRX_MALLOC_NOT_FORK_SAFE 1
+#endif
+#endif
+#ifdef VRX_MALLOC_NOT_FORK_SAFE
+constexpr bool malloc_fork_safe = false;
+#else
+constexpr bool malloc_fork_safe = true;
+#endif
+constexpr const char* malloc_skip_reason =
+    "the sanitizer's allocator can hang a child forked during another thread's malloc";
+
 // Idle OpenMP workers of the parent spin for a while by default, taking the cores from
 // the short-lived children; without that wait the loops take a fraction of the time.
 const std::pair<std::string, std::string> no_spin_wait{"KMP_BLOCKTIME", "0"};
@@ -31,6 +47,7 @@ int count_lines(const std::string& text, const std::string& prefix) {
 }  // namespace
 
 TEST(ForkSafety, ForkWhileAThreadThatUsedTheLibraryEnds) {
+  if (!malloc_fork_safe) GTEST_SKIP() << malloc_skip_reason;
   // The ending thread hands its buffers back under the table lock of the memory manager.
   const vrx_child_result r = run_fork_driver({"exiting", "150"}, {no_spin_wait});
   EXPECT_EQ(r.exit_status, 0) << r.output;
@@ -44,6 +61,7 @@ TEST(ForkSafety, ForkWhileAThreadThatUsedTheLibraryEnds) {
 }
 
 TEST(ForkSafety, ForkWhileAnotherThreadMakesTheFirstCall) {
+  if (!malloc_fork_safe) GTEST_SKIP() << malloc_skip_reason;
   // Delays of 0 to 1000 us land the fork before, inside and after the one-time reading
   // of settings, topology, processor and memory manager.
   const vrx_child_result r = run_fork_driver({"first-call", "90"}, {no_spin_wait});
@@ -52,6 +70,7 @@ TEST(ForkSafety, ForkWhileAnotherThreadMakesTheFirstCall) {
 }
 
 TEST(ForkSafety, ForkWhileThreadsComputeAndComeAndGo) {
+  if (!malloc_fork_safe) GTEST_SKIP() << malloc_skip_reason;
   const vrx_child_result r = run_fork_driver({"busy", "100"}, {no_spin_wait});
   EXPECT_EQ(r.exit_status, 0) << r.output;
   EXPECT_EQ(r.output, "busy forks=100 hung=0 wrong=0\n");
