@@ -3,12 +3,16 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <vector>
 
 #include "support/child_process.h"
 
 namespace {
-vrx_child_result run_typed(const std::string& letter, const std::string& cpu, const std::string& threads) {
-  return vrx_test_run(vrx_test_driver("gemm_typed_driver"), {letter},
+vrx_child_result run_typed(const std::string& letter, const std::string& cpu, const std::string& threads,
+                           bool refuse = false) {
+  std::vector<std::string> args = {letter};
+  if (refuse) args.push_back("refuse");
+  return vrx_test_run(vrx_test_driver("gemm_typed_driver"), args,
                       {{"VRX_DEBUG_CPU_TYPE", cpu}, {"VRX_NUM_THREADS", threads}, {"VRX_DYNAMIC", "false"}});
 }
 
@@ -32,6 +36,14 @@ TEST_P(GemmTypedRoads, EveryLayoutAgainstWiderReferenceWithTheSameBitsEveryRun) 
     EXPECT_EQ(first.output.rfind("ok ", 0), 0u) << first.output;
     if (r.twice) EXPECT_EQ(run_typed(letter, r.cpu, r.threads).output, first.output);
   }
+}
+
+// Without scratch the split of k leaves the product to thread 0, the cooperating team
+// and each slice take the allocation-free road: the same products, still correct.
+TEST_P(GemmTypedRoads, EveryLayoutWithoutScratch) {
+  const vrx_child_result r = run_typed(GetParam(), "7", "4", true);
+  EXPECT_EQ(r.exit_status, 0) << r.output;
+  EXPECT_EQ(r.output.rfind("ok ", 0), 0u) << r.output;
 }
 
 INSTANTIATE_TEST_SUITE_P(EveryPrecision, GemmTypedRoads, ::testing::Values("S", "D", "C", "Z"));

@@ -1,6 +1,7 @@
 // Products of one precision through its published GEMM under this process's settings
 // (CPU type, thread count, dynamic mode), checked against a wider reference.
-//   gemm_typed_driver LETTER      LETTER is S, D, C or Z
+//   gemm_typed_driver LETTER [refuse]   LETTER is S, D, C or Z; refuse: the level-3
+//                                       driver's scratch allocations all fail
 // Runs shapes on both sides of the team road's cost thresholds and of each layout
 // (rows, columns, grid, split of k, cooperating, three-dimensional), every pair of
 // transpositions on a smaller set, each product twice. Prints "ok HASH" (HASH of every
@@ -10,8 +11,11 @@
 #include <vector>
 
 #include "blas/gemm_typed_support.h"
+#include "blas/vrx_l3.h"
 
 namespace {
+void* refuse(std::size_t, int) { return nullptr; }
+
 struct shape {
   int64_t m, n, k;
 };
@@ -69,7 +73,11 @@ int run() {
 }  // namespace
 
 int main(int argc, char** argv) {
-  if (argc != 2) return 2;
+  if (argc < 2 || argc > 3) return 2;
+  if (argc == 3) {
+    if (std::strcmp(argv[2], "refuse") != 0) return 2;
+    vrx_l3_scratch_alloc = refuse;
+  }
   switch (argv[1][0]) {
     case 'S': return run<float>();
     case 'D': return run<double>();
