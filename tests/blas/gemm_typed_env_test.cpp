@@ -9,9 +9,9 @@
 
 namespace {
 vrx_child_result run_typed(const std::string& letter, const std::string& cpu, const std::string& threads,
-                           bool refuse = false) {
+                           const char* memory = nullptr) {
   std::vector<std::string> args = {letter};
-  if (refuse) args.push_back("refuse");
+  if (memory) args.push_back(memory);
   return vrx_test_run(vrx_test_driver("gemm_typed_driver"), args,
                       {{"VRX_DEBUG_CPU_TYPE", cpu}, {"VRX_NUM_THREADS", threads}, {"VRX_DYNAMIC", "false"}});
 }
@@ -39,11 +39,20 @@ TEST_P(GemmTypedRoads, EveryLayoutAgainstWiderReferenceWithTheSameBitsEveryRun) 
 }
 
 // Without scratch the split of k leaves the product to thread 0, the cooperating team
-// and each slice take the allocation-free road: the same products, still correct.
+// and each slice take the allocation-free road; without any memory the vector-shaped
+// products skip their gathers and conjugated copies as well: still correct.
 TEST_P(GemmTypedRoads, EveryLayoutWithoutScratch) {
-  const vrx_child_result r = run_typed(GetParam(), "7", "4", true);
-  EXPECT_EQ(r.exit_status, 0) << r.output;
-  EXPECT_EQ(r.output.rfind("ok ", 0), 0u) << r.output;
+  struct road {
+    const char* cpu;
+    const char* threads;
+    const char* memory;
+  };
+  for (const road& r0 : {road{"7", "4", "refuse"}, road{"5", "2", "nomemory"}, road{"0", "3", "nomemory"}}) {
+    SCOPED_TRACE(std::string(r0.memory) + " type " + r0.cpu);
+    const vrx_child_result r = run_typed(GetParam(), r0.cpu, r0.threads, r0.memory);
+    EXPECT_EQ(r.exit_status, 0) << r.output;
+    EXPECT_EQ(r.output.rfind("ok ", 0), 0u) << r.output;
+  }
 }
 
 INSTANTIATE_TEST_SUITE_P(EveryPrecision, GemmTypedRoads, ::testing::Values("S", "D", "C", "Z"));

@@ -1,7 +1,9 @@
 // Products of one precision through its published GEMM under this process's settings
 // (CPU type, thread count, dynamic mode), checked against a wider reference.
-//   gemm_typed_driver LETTER [refuse]   LETTER is S, D, C or Z; refuse: the level-3
-//                                       driver's scratch allocations all fail
+//   gemm_typed_driver LETTER [refuse|nomemory]
+//     LETTER is S, D, C or Z; refuse: the level-3 driver's scratch allocations fail;
+//     nomemory: every allocation of the memory manager fails (gathers, conjugated
+//     copies, packed buffers, slabs)
 // Runs shapes on both sides of the team road's cost thresholds and of each layout
 // (rows, columns, grid, split of k, cooperating, three-dimensional), every pair of
 // transpositions on a smaller set, each product twice. Prints "ok HASH" (HASH of every
@@ -12,9 +14,12 @@
 
 #include "blas/gemm_typed_support.h"
 #include "blas/vrx_l3.h"
+#include "service/vrx_memory.h"
 
 namespace {
 void* refuse(std::size_t, int) { return nullptr; }
+void* failing_malloc(std::size_t) { return nullptr; }
+void* failing_realloc(void*, std::size_t) { return nullptr; }
 
 struct shape {
   int64_t m, n, k;
@@ -54,7 +59,8 @@ int run() {
   // team (m >= 1000, n >= 4000) and the three-dimensional grid.
   const shape layouts[] = {{6, 7, 9},      {16, 16, 16},  {40, 33, 29},   {130, 70, 60},  {700, 20, 64},
                            {25, 300, 70},  {420, 400, 50}, {100, 90, 800}, {1000, 4000, 3}, {1304, 16, 1304}};
-  const shape pairs[] = {{2, 3, 4}, {37, 29, 41}, {97, 67, 130}};
+  // With the vector-shaped products: a row, a column, k = 1 with a gathered column.
+  const shape pairs[] = {{2, 3, 4}, {37, 29, 41}, {97, 67, 130}, {1, 37, 29}, {41, 1, 23}, {70, 33, 1}};
   const char trans[] = "NTC";
   const T alpha = gemm_scalar<T>(0.75, -0.5), beta = gemm_scalar<T>(0.0, 1.25);
   uint64_t hash = 1469598103934665603ull;
@@ -75,8 +81,16 @@ int run() {
 int main(int argc, char** argv) {
   if (argc < 2 || argc > 3) return 2;
   if (argc == 3) {
-    if (std::strcmp(argv[2], "refuse") != 0) return 2;
-    vrx_l3_scratch_alloc = refuse;
+    if (std::strcmp(argv[2], "refuse") == 0) {
+      vrx_l3_scratch_alloc = refuse;
+    } else if (std::strcmp(argv[2], "nomemory") == 0) {
+      vrx_serv_memory_init();
+      vrx_serv_base_allocator.malloc = failing_malloc;
+      vrx_serv_base_allocator.realloc = failing_realloc;
+      vrx_serv_base_allocator.pool_malloc = failing_malloc;
+    } else {
+      return 2;
+    }
   }
   switch (argv[1][0]) {
     case 'S': return run<float>();
