@@ -589,6 +589,31 @@ constexpr vrx_gemm_class_kernels<vrx_complex<R>> gemm_complex_kernels() {
   return t;
 }
 
+// A table's register block in values of T, whose real type R carries the real block.
+template <typename T, typename R>
+constexpr vrx_gemm_class_kernels<T> gemm_with_block(vrx_gemm_class_kernels<T> t, vrx_int real_rows, vrx_int nr) {
+  t.mr = real_rows / (sizeof(T) / sizeof(R));
+  t.nr = nr;
+  return t;
+}
+
+// The kernels of one class in every precision. MR x NR is the double-precision
+// register block; single precision takes 2 MR rows, and the complex types run on the
+// block of their real type. In-place blocks have DoubleRows rows in double precision,
+// 8 in single. MR = 0 leaves out the packed kernels.
+template <int DoubleRows, int MR, int NR, bool RowsOuter>
+struct gemm_class_kernels {
+  static constexpr vrx_gemm_class_kernels<float> s =
+      gemm_with_block<float, float>(gemm_real_kernels<float, 8, 2 * MR, NR, RowsOuter>(), 2 * MR, NR);
+  static constexpr vrx_gemm_class_kernels<double> d =
+      gemm_with_block<double, double>(gemm_real_kernels<double, DoubleRows, MR, NR, RowsOuter>(), MR, NR);
+  static constexpr vrx_gemm_class_kernels<vrx_complex_float> c = gemm_with_block<vrx_complex_float, float>(
+      gemm_complex_kernels<float, 2 * MR, NR, RowsOuter>(), 2 * MR, NR);
+  static constexpr vrx_gemm_class_kernels<vrx_complex_double> z = gemm_with_block<vrx_complex_double, double>(
+      gemm_complex_kernels<double, MR, NR, RowsOuter>(), MR, NR);
+  static constexpr vrx_gemm_class_table table = {&s, &d, &c, &z};
+};
+
 }  // namespace
 
 // The entries of one class in double precision: small, tiny_k, unpacked and the C scaling.

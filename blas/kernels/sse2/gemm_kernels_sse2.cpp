@@ -5,11 +5,5 @@
 
 VRX_GEMM_DIRECT_DEFINE(sse2, 4)
 
-namespace {
-constexpr vrx_gemm_class_kernels<float> s_kernels = gemm_real_kernels<float, 8, 0, 0, false>();
-constexpr vrx_gemm_class_kernels<double> d_kernels = gemm_real_kernels<double, 4, 0, 0, false>();
-constexpr vrx_gemm_class_kernels<vrx_complex_float> c_kernels = gemm_complex_kernels<float, 0, 0, false>();
-constexpr vrx_gemm_class_kernels<vrx_complex_double> z_kernels = gemm_complex_kernels<double, 0, 0, false>();
-}  // namespace
-
-const vrx_gemm_class_table vrx_gemm_kernels_sse2 = {&s_kernels, &d_kernels, &c_kernels, &z_kernels};
+// No packed register block.
+const vrx_gemm_class_table vrx_gemm_kernels_sse2 = gemm_class_kernels<4, 0, 0, false>::table;
