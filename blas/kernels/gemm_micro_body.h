@@ -19,7 +19,7 @@
 #include <utility>
 
 #include "blas/kernels/gemm_micro.h"
-#include "blas/kernels/gemm_micro_vec.h"
+#include "blas/kernels/vrx_simd.h"
 
 namespace {
 template <typename T>
@@ -86,7 +86,10 @@ template <typename R, class V, int NV, int NB>
 template <typename R, int P, int FW, int HR, int NC, bool STORE, int AHEAD>
 void vrx_micro_tile(vrx_int k, const R* __restrict a, const R* __restrict b, R* __restrict c, vrx_int ldc,
                     const char* next, vrx_int next_lines) {
-  typedef vrx_micro_vec<R, (HR >= FW ? FW : HR)> V;
+  // Double data is complex here: rows are pairs of reals, so V is never the scalar
+  // vrx_simd<double, 1>.
+  static_assert(!std::is_same_v<R, double> || HR % 2 == 0);
+  typedef vrx_simd<R, (HR >= FW ? FW : HR)> V;
   typedef typename V::type vec;
   constexpr int NV = HR / V::width, NB = NC * P, CHAINS = NV * NB;
   constexpr int S = AHEAD > 0 || CHAINS >= 8 ? 1 : (CHAINS >= 4 ? 2 : 4);
