@@ -83,23 +83,39 @@ bool wide_rule(const vrx_l3_kernel_shape* shape) {
   if constexpr (std::is_same_v<T, double>) return shape->nr >= 8;
   else return shape->mr * static_cast<vrx_int>(sizeof(T)) >= 128;
 }
+
+// Limits on kc per element type and rule: k up to `single` runs in one block, k below
+// `halve` in two halves, longer k in blocks of `block`. Float keeps kc at 256 so that a
+// packed A panel slice stays in L1 without the kernel splitting k (measured best on
+// both rules); the others hold the bytes of a packed k step of double's limits.
+struct k_limits {
+  vrx_int single, halve, block;
+};
+struct k_rule {
+  k_limits wide, narrow;
+};
+template <typename T>
+constexpr k_rule k_rule_of = {};
+template <>
+constexpr k_rule k_rule_of<double> = {{384, 768, 384}, {256, 384, 192}};
+template <>
+constexpr k_rule k_rule_of<float> = {{256, 512, 256}, {256, 512, 256}};
+template <>
+constexpr k_rule k_rule_of<vrx_complex_float> = {{384, 768, 384}, {256, 384, 192}};
+template <>
+constexpr k_rule k_rule_of<vrx_complex_double> = {{192, 384, 192}, {128, 192, 96}};
 }  // namespace
 
-// CPU type 7 and type 5 differ in kc and the cap on mc. The limits on kc hold the bytes
-// of a packed k step alike for every element type: twice the steps for float, half
-// for double complex.
+// CPU type 7 and type 5 differ in kc and the cap on mc.
 template <typename T>
 void vrx_l3_blocking_rule(vrx_int m, vrx_int n, vrx_int k, const vrx_l3_kernel_shape* shape,
                           vrx_l3_blocking<T>* bl) {
   const bool wide = wide_rule<T>(shape);
   const vrx_int ku = shape->ku > 0 ? shape->ku : 1;
-  constexpr vrx_int scale_num = 8, scale_den = static_cast<vrx_int>(sizeof(T));
-  const vrx_int k_single = (wide ? 384 : 256) * scale_num / scale_den,
-                k_halve = (wide ? 768 : 384) * scale_num / scale_den,
-                k_block = (wide ? 384 : 192) * scale_num / scale_den;
-  if (k <= k_single) bl->kc = round_up(k > 128 ? k : 128, ku);
-  else if (k < k_halve) bl->kc = round_up(k / 2, ku);
-  else bl->kc = k_block;
+  const k_limits& lim = wide ? k_rule_of<T>.wide : k_rule_of<T>.narrow;
+  if (k <= lim.single) bl->kc = round_up(k > 128 ? k : 128, ku);
+  else if (k < lim.halve) bl->kc = round_up(k / 2, ku);
+  else bl->kc = lim.block;
   bl->mc = round_up(clamp(m, shape->mr, wide ? 4992 : 5000), shape->mr);
   bl->nc = round_up(clamp(n, shape->nr, k < 48 ? 24 : 192), shape->nr);
 }
