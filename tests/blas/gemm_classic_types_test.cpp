@@ -12,47 +12,15 @@
 
 #include "blas/level3/packed/vrx_gemm_packed.h"
 #include "blas/vrx_blas.h"
+#include "support/gemm_typed_reference.h"
 
 namespace {
 template <typename T>
-struct wide;
-template <>
-struct wide<float> {
-  typedef double type;
-};
-template <>
-struct wide<double> {
-  typedef long double type;
-};
-template <>
-struct wide<vrx_complex_float> {
-  typedef double type;
-};
-template <>
-struct wide<vrx_complex_double> {
-  typedef long double type;
-};
-
-template <typename T>
 using real_t = vrx_real_t<T>;
-template <typename T>
-using wide_t = typename wide<T>::type;
 
-// Values of T as pairs (re, im) of the wide type; im stays 0 for real types.
 template <typename T>
 void put(T* p, real_t<T> re, real_t<T> im) {
-  if constexpr (vrx_is_complex<T>)
-    *p = {re, im};
-  else
-    *p = re;
-}
-template <typename T>
-wide_t<T> re_of(const T& x) {
-  if constexpr (vrx_is_complex<T>) return x.re; else return x;
-}
-template <typename T>
-wide_t<T> im_of(const T& x) {
-  if constexpr (vrx_is_complex<T>) return x.im; else return 0;
+  *p = vrx_traits<T>::make(re, im);
 }
 
 template <typename T>
@@ -72,44 +40,43 @@ struct shape {
   vrx_int m, n, k;
 };
 
-// One product through fn; answers the error relative to eps * (|alpha| k + |beta|)
-// (below 1 passes); 1e9 when padding of C was written.
+// One product through fn; answers the error against the wide reference relative to
+// eps * (|alpha| 2 (k + 1) + |beta| + 1) (below 1 passes); 1e9 when padding of C was written.
 template <typename T>
 double check(vrx_gemm_fn<T> fn, const char* tr, shape s, T alpha, T beta, unsigned seed) {
-  typedef wide_t<T> W;
+  typedef vrx_test_wide_t<T> W;
+  typedef vrx_traits<T> traits;
   const bool an = (tr[0] & ~0x20) == 'N', bn = (tr[1] & ~0x20) == 'N';
-  const bool ac = (tr[0] & ~0x20) == 'C' && vrx_is_complex<T>, bc = (tr[1] & ~0x20) == 'C' && vrx_is_complex<T>;
   const vrx_int lda = (an ? s.m : s.k) + 3, ldb = (bn ? s.k : s.n) + 1, ldc = s.m + 2;
-  const std::vector<T> a = random_values<T>(lda * std::max<vrx_int>(an ? s.k : s.m, 1), seed);
-  const std::vector<T> b = random_values<T>(ldb * std::max<vrx_int>(bn ? s.n : s.k, 1), seed + 1);
-  std::vector<T> c = random_values<T>(ldc * std::max<vrx_int>(s.n, 1), seed + 2);
-  const bool beta_zero = re_of(beta) == 0 && im_of(beta) == 0;
-  if (beta_zero)
+  vrx_test_product<T> p;
+  p.ta = tr[0];
+  p.tb = tr[1];
+  p.m = s.m;
+  p.n = s.n;
+  p.k = s.k;
+  p.lda = lda;
+  p.ldb = ldb;
+  p.ldc = ldc;
+  p.alpha = alpha;
+  p.beta = beta;
+  p.a = random_values<T>(lda * std::max<vrx_int>(an ? s.k : s.m, 1), seed);
+  p.b = random_values<T>(ldb * std::max<vrx_int>(bn ? s.n : s.k, 1), seed + 1);
+  p.c = random_values<T>(ldc * std::max<vrx_int>(s.n, 1), seed + 2);
+  if (traits::is_zero(beta))
     for (vrx_int j = 0; j < s.n; ++j)
-      for (vrx_int i = 0; i < s.m; i += 3) put(&c[i + j * ldc], NAN, NAN);
-  const std::vector<T> c0 = c;
-  fn(&tr[0], &tr[1], &s.m, &s.n, &s.k, &alpha, a.data(), &lda, b.data(), &ldb, &beta, c.data(), &ldc);
+      for (vrx_int i = 0; i < s.m; i += 3) put(&p.c[i + j * ldc], NAN, NAN);
+  std::vector<T> c = p.c;
+  fn(&tr[0], &tr[1], &s.m, &s.n, &s.k, &alpha, p.a.data(), &lda, p.b.data(), &ldb, &beta, c.data(), &ldc);
   double worst = 0;
-  const W ar = re_of(alpha), ai = im_of(alpha), br = re_of(beta), bi = im_of(beta);
+  const W ar = traits::real_part(alpha), ai = traits::imag_part(alpha);
+  const W br = traits::real_part(beta), bi = traits::imag_part(beta);
   for (vrx_int j = 0; j < s.n; ++j) {
     for (vrx_int i = s.m; i < ldc; ++i)
-      if (std::memcmp(&c[i + j * ldc], &c0[i + j * ldc], sizeof(T)) != 0) return 1e9;
+      if (std::memcmp(&c[i + j * ldc], &p.c[i + j * ldc], sizeof(T)) != 0) return 1e9;
     for (vrx_int i = 0; i < s.m; ++i) {
-      W sr = 0, si = 0;
-      for (vrx_int l = 0; l < s.k; ++l) {
-        const T& x = an ? a[i + l * lda] : a[l + i * lda];
-        const T& y = bn ? b[l + j * ldb] : b[j + l * ldb];
-        const W xr = re_of(x), xi = ac ? -im_of(x) : im_of(x), yr = re_of(y), yi = bc ? -im_of(y) : im_of(y);
-        sr += xr * yr - xi * yi;
-        si += xr * yi + xi * yr;
-      }
-      W rr = ar * sr - ai * si, ri = ar * si + ai * sr;
-      if (!beta_zero) {
-        const W cr = re_of(c0[i + j * ldc]), ci = im_of(c0[i + j * ldc]);
-        rr += br * cr - bi * ci;
-        ri += br * ci + bi * cr;
-      }
-      const W err = std::fabs(re_of(c[i + j * ldc]) - rr) + std::fabs(im_of(c[i + j * ldc]) - ri);
+      const vrx_test_wide_element<T> want = vrx_test_gemm_reference(p, i, j);
+      const W gr = traits::real_part(c[i + j * ldc]), gi = traits::imag_part(c[i + j * ldc]);
+      const W err = std::fabs(gr - want.re) + std::fabs(gi - want.im);
       const W scale = (std::fabs(ar) + std::fabs(ai)) * (s.k + 1) * 2 + std::fabs(br) + std::fabs(bi) + 1;
       const double e = static_cast<double>(err / (scale * vrx_machine<real_t<T>>::prec));
       if (!(e == e)) return 1e9;  // NaN survived

@@ -64,6 +64,10 @@ bool same_bits(const void* x, const void* y, std::size_t bytes) {
 }
 }  // namespace vrx_test_detail
 
+// The wider type of T's reference values.
+template <typename T>
+using vrx_test_wide_t = typename vrx_test_detail::wide<T>::type;
+
 template <typename T>
 inline T vrx_test_value(uint64_t* state) {
   typedef vrx_real_t<T> R;
@@ -98,21 +102,56 @@ inline vrx_test_product<T> vrx_test_make_product(char ta, char tb, int64_t m, in
   return p;
 }
 
+// Element (i, j) of alpha op(A) op(B) + beta C0 in the wide type, and the magnitude
+// |alpha| sum |a| |b| + |beta| |c0| that bounds its rounding; a beta of zero ignores C0.
+template <typename T>
+struct vrx_test_wide_element {
+  vrx_test_wide_t<T> re, im, bound;
+};
+template <typename T>
+inline vrx_test_wide_element<T> vrx_test_gemm_reference(const vrx_test_product<T>& p, int64_t i, int64_t j) {
+  typedef typename vrx_test_detail::wide<T>::type W;
+  using vrx_test_detail::parts;
+  typedef vrx_traits<T> tr;
+  const bool conj_a = tr::is_complex && (p.ta & ~0x20) == 'C', conj_b = tr::is_complex && (p.tb & ~0x20) == 'C';
+  const bool a_plain = (p.ta & ~0x20) == 'N', b_plain = (p.tb & ~0x20) == 'N';
+  W alr, ali, ber, bei;
+  parts(p.alpha, &alr, &ali);
+  parts(p.beta, &ber, &bei);
+  W sr = 0, si = 0, mag = 0;
+  if (!tr::is_zero(p.alpha))
+    for (int64_t l = 0; l < p.k; ++l) {
+      W ar, ai, br, bi;
+      parts(a_plain ? p.a[i + l * p.lda] : p.a[l + i * p.lda], &ar, &ai);
+      parts(b_plain ? p.b[l + j * p.ldb] : p.b[j + l * p.ldb], &br, &bi);
+      if (conj_a) ai = -ai;
+      if (conj_b) bi = -bi;
+      sr += ar * br - ai * bi;
+      si += ar * bi + ai * br;
+      mag += (std::fabs(ar) + std::fabs(ai)) * (std::fabs(br) + std::fabs(bi));
+    }
+  vrx_test_wide_element<T> e;
+  e.re = alr * sr - ali * si;
+  e.im = alr * si + ali * sr;
+  e.bound = (std::fabs(alr) + std::fabs(ali)) * mag;
+  if (!tr::is_zero(p.beta)) {
+    W cr, ci;
+    parts(p.c[i + j * p.ldc], &cr, &ci);
+    e.re += ber * cr - bei * ci;
+    e.im += ber * ci + bei * cr;
+    e.bound += (std::fabs(ber) + std::fabs(bei)) * (std::fabs(cr) + std::fabs(ci));
+  }
+  return e;
+}
+
 template <typename T>
 inline int64_t vrx_test_gemm_bad_elements(const vrx_test_product<T>& p, const std::vector<T>& c, bool report = true) {
   typedef typename vrx_test_detail::wide<T>::type W;
   using vrx_test_detail::parts;
   using vrx_test_detail::same_bits;
   typedef vrx_traits<T> tr;
-  const bool conj_a = tr::is_complex && (p.ta & ~0x20) == 'C', conj_b = tr::is_complex && (p.tb & ~0x20) == 'C';
-  const bool a_plain = (p.ta & ~0x20) == 'N', b_plain = (p.tb & ~0x20) == 'N';
   const double eps = tr::is_complex ? (sizeof(T) == 8 ? FLT_EPSILON : DBL_EPSILON)
                                     : (sizeof(T) == 4 ? FLT_EPSILON : DBL_EPSILON);
-  const bool beta_zero = tr::is_zero(p.beta), alpha_zero = tr::is_zero(p.alpha);
-  W alr, ali, ber, bei;
-  parts(p.alpha, &alr, &ali);
-  parts(p.beta, &ber, &bei);
-  const W alpha_abs = std::fabs(alr) + std::fabs(ali), beta_abs = std::fabs(ber) + std::fabs(bei);
   int64_t bad = 0;
   for (int64_t j = 0; j < p.n; ++j)
     for (int64_t i = 0; i < p.ldc; ++i) {
@@ -125,39 +164,18 @@ inline int64_t vrx_test_gemm_bad_elements(const vrx_test_product<T>& p, const st
         }
         continue;
       }
-      W sr = 0, si = 0, mag = 0;
-      if (!alpha_zero)
-        for (int64_t l = 0; l < p.k; ++l) {
-          W ar, ai, br, bi;
-          parts(a_plain ? p.a[i + l * p.lda] : p.a[l + i * p.lda], &ar, &ai);
-          parts(b_plain ? p.b[l + j * p.ldb] : p.b[j + l * p.ldb], &br, &bi);
-          if (conj_a) ai = -ai;
-          if (conj_b) bi = -bi;
-          sr += ar * br - ai * bi;
-          si += ar * bi + ai * br;
-          mag += (std::fabs(ar) + std::fabs(ai)) * (std::fabs(br) + std::fabs(bi));
-        }
-      W rr = alr * sr - ali * si, ri = alr * si + ali * sr;
-      W bound = alpha_abs * mag;
-      if (!beta_zero) {
-        W cr, ci;
-        parts(p.c[at], &cr, &ci);
-        rr += ber * cr - bei * ci;
-        ri += ber * ci + bei * cr;
-        bound += beta_abs * (std::fabs(cr) + std::fabs(ci));
-      }
+      const vrx_test_wide_element<T> want = vrx_test_gemm_reference(p, i, j);
       W gr, gi;
       parts(c[at], &gr, &gi);
-      const W err = std::fabs(gr - rr) + std::fabs(gi - ri);
+      const W err = std::fabs(gr - want.re) + std::fabs(gi - want.im);
       const W kk = static_cast<W>(p.k > 0 ? p.k : 0);
-      const W limit = 4 * (kk + 2) * static_cast<W>(eps) * bound;
+      const W limit = 4 * (kk + 2) * static_cast<W>(eps) * want.bound;
       if (!(err <= limit)) {
         if (report && bad < 5)
           std::printf("(%lld, %lld): got (%g, %g), want (%g, %g)\n", (long long)i, (long long)j, (double)gr,
-                      (double)gi, (double)rr, (double)ri);
+                      (double)gi, (double)want.re, (double)want.im);
         ++bad;
       }
     }
   return bad;
 }
-
