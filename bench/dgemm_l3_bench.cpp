@@ -2,8 +2,6 @@
 // OpenBLAS and BLIS at their best. Times are the thread's CPU time, best of several
 // runs, so that other load on the machine counts as little as possible.
 //   dgemm_l3_bench [--full] [--quick] [M N K TA TB]...
-#include <immintrin.h>
-
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -15,29 +13,6 @@
 #include "include/customvrx.h"
 
 namespace {
-// Peaks by CPU time: twelve independent FMA chains.
-#define VRX_BENCH_PEAK(NAME, TARGET, V, SET, FMA, WIDTH)                              \
-  __attribute__((target(TARGET))) double NAME() {                                    \
-    constexpr long iterations = 5000000;                                             \
-    const V add = SET(1e-9), factor = SET(0.999999);                                 \
-    double best = 1e300;                                                             \
-    for (int r = 0; r < 5; ++r) {                                                    \
-      V acc[12];                                                                     \
-      for (auto& x : acc) x = SET(1.0);                                              \
-      const double start = bench_thread_cpu_now();                                                \
-      for (long i = 0; i < iterations; ++i)                                          \
-        for (auto& x : acc) x = FMA(x, factor, add);                                 \
-      const double t = bench_thread_cpu_now() - start;                                            \
-      volatile double sink = reinterpret_cast<double*>(&acc[r % 12])[0];             \
-      (void)sink;                                                                    \
-      if (t < best) best = t;                                                        \
-    }                                                                                \
-    return 2.0 * WIDTH * 12 * iterations / best * 1e-9;                              \
-  }
-VRX_BENCH_PEAK(peak_avx2, "avx2,fma", __m256d, _mm256_set1_pd, _mm256_fmadd_pd, 4)
-VRX_BENCH_PEAK(peak_avx512, "avx512f", __m512d, _mm512_set1_pd, _mm512_fmadd_pd, 8)
-#undef VRX_BENCH_PEAK
-
 struct shape {
   int m, n, k;
   char ta, tb;
@@ -134,7 +109,7 @@ int main(int argc, char** argv) {
   const int repeats = quick ? 2 : 5;
   const std::vector<bench_peer> peers = quick ? std::vector<bench_peer>{} : bench_load_peers();
   if (list.size() == 1 && list[0].m == 0) return 0;  // kernels alone: no peaks, for perf stat
-  const double p512 = peak_avx512(), p256 = peak_avx2();
+  const double p512 = bench_fma_peak_cpu_time(7, false), p256 = bench_fma_peak_cpu_time(5, false);
   std::printf("peaks by CPU time (GFLOPS): AVX-512 FMA %.1f, AVX2 FMA %.1f\n", p512, p256);
   std::printf("%-20s %8s %6s %8s %6s", "shape", "type 7", "%pk", "type 5", "%pk");
   for (const bench_peer& p : peers) std::printf(" %9s", p.name);

@@ -4,10 +4,9 @@
 // is twice the double one). Times are the thread's CPU time, best of several runs.
 //   gemm_micro_bench [M N K]
 // Prints one line per table: `table mr nr m n k gflops peak ratio`.
-#include <immintrin.h>
-
 #include <cstdio>
 #include <cstdlib>
+#include <string>
 #include <type_traits>
 #include <vector>
 
@@ -15,31 +14,6 @@
 #include "blas/kernels/gemm_micro_tables.h"
 
 namespace {
-// Peaks by the thread's CPU time (the machine may be busy): twelve independent FMA chains.
-#define VRX_BENCH_PEAK(NAME, TARGET, V, SET, FMA, LANES)                \
-  __attribute__((target(TARGET))) double NAME() {                      \
-    constexpr long iterations = 5000000;                               \
-    const V add = SET(1e-9), factor = SET(0.999999);                   \
-    double best = 1e300;                                               \
-    for (int r = 0; r < 5; ++r) {                                      \
-      V acc[12];                                                       \
-      for (auto& x : acc) x = SET(1.0);                                \
-      const double start = bench_thread_cpu_now();                     \
-      for (long i = 0; i < iterations; ++i)                            \
-        for (auto& x : acc) x = FMA(x, factor, add);                   \
-      const double t = bench_thread_cpu_now() - start;                 \
-      volatile float sink = reinterpret_cast<float*>(&acc[r % 12])[0]; \
-      (void)sink;                                                      \
-      if (t < best) best = t;                                          \
-    }                                                                  \
-    return 2.0 * (LANES) * 12 * iterations / best * 1e-9;              \
-  }
-VRX_BENCH_PEAK(peak_s_avx2, "avx2,fma", __m256, _mm256_set1_ps, _mm256_fmadd_ps, 8)
-VRX_BENCH_PEAK(peak_d_avx2, "avx2,fma", __m256d, _mm256_set1_pd, _mm256_fmadd_pd, 4)
-VRX_BENCH_PEAK(peak_s_avx512, "avx512f", __m512, _mm512_set1_ps, _mm512_fmadd_ps, 16)
-VRX_BENCH_PEAK(peak_d_avx512, "avx512f", __m512d, _mm512_set1_pd, _mm512_fmadd_pd, 8)
-#undef VRX_BENCH_PEAK
-
 template <typename T>
 T one_of(double x) {
   if constexpr (sizeof(T) == sizeof(float)) return T(x);
@@ -88,6 +62,21 @@ void run(const char* name, const vrx_gemm_micro_kernels<T>& t, double peak, vrx_
               static_cast<long>(m), static_cast<long>(n), static_cast<long>(k), best, peak, best / peak);
   std::fflush(stdout);
 }
+
+// The three tables of one class, against its FMA peak in single precision (or twice the
+// double one, if higher); double complex against half of it.
+void run_class(int cpu_type, const char* cls, const vrx_gemm_micro_kernels<float>& s,
+               const vrx_gemm_micro_kernels<vrx_complex_float>& c, const vrx_gemm_micro_kernels<vrx_complex_double>& z,
+               vrx_int m, vrx_int n, vrx_int k) {
+  if (!bench_cpu_can_run_type(cpu_type)) return;
+  const double single = bench_fma_peak_cpu_time(cpu_type, true);
+  const double twice = 2 * bench_fma_peak_cpu_time(cpu_type, false);
+  const double peak = single > twice ? single : twice;
+  const std::string name = cls;
+  run(("s_" + name).c_str(), s, peak, m, n, k);
+  run(("c_" + name).c_str(), c, peak, m, n, k);
+  run(("z_" + name).c_str(), z, peak / 2, m, n, k);
+}
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -99,19 +88,7 @@ int main(int argc, char** argv) {
     k = std::atol(argv[3]);
   }
   std::printf("table mr nr m n k gflops peak ratio\n");
-  if (bench_cpu_can_run_type(7)) {
-    const double single = peak_s_avx512(), twice = 2 * peak_d_avx512();
-    const double peak = single > twice ? single : twice;
-    run("s_avx512", vrx_gemm_micro_s_avx512, peak, m, n, k);
-    run("c_avx512", vrx_gemm_micro_c_avx512, peak, m, n, k);
-    run("z_avx512", vrx_gemm_micro_z_avx512, peak / 2, m, n, k);
-  }
-  if (bench_cpu_can_run_type(5)) {
-    const double single = peak_s_avx2(), twice = 2 * peak_d_avx2();
-    const double peak = single > twice ? single : twice;
-    run("s_avx2", vrx_gemm_micro_s_avx2, peak, m, n, k);
-    run("c_avx2", vrx_gemm_micro_c_avx2, peak, m, n, k);
-    run("z_avx2", vrx_gemm_micro_z_avx2, peak / 2, m, n, k);
-  }
+  run_class(7, "avx512", vrx_gemm_micro_s_avx512, vrx_gemm_micro_c_avx512, vrx_gemm_micro_z_avx512, m, n, k);
+  run_class(5, "avx2", vrx_gemm_micro_s_avx2, vrx_gemm_micro_c_avx2, vrx_gemm_micro_z_avx2, m, n, k);
   return 0;
 }

@@ -1,6 +1,7 @@
 #include "bench_support.h"
 
 #include <dlfcn.h>
+#include <immintrin.h>
 
 #include <chrono>
 #include <thread>
@@ -95,6 +96,38 @@ bool bench_cpu_can_run_type(int cpu_type) {
                    __builtin_cpu_supports("avx512bw") && __builtin_cpu_supports("avx512vl");
     default: return false;
   }
+}
+
+namespace {
+#define BENCH_FMA_PEAK(name, target_spec, V, SET, FMA, lanes)            \
+  __attribute__((target(target_spec))) double name() {                   \
+    constexpr long iterations = 5000000;                                 \
+    const V add = SET(1e-9), factor = SET(0.999999);                     \
+    double best = 1e300;                                                 \
+    for (int r = 0; r < 5; ++r) {                                        \
+      V acc[12];                                                         \
+      for (auto& x : acc) x = SET(1.0);                                  \
+      const double start = bench_thread_cpu_now();                       \
+      for (long i = 0; i < iterations; ++i)                              \
+        for (auto& x : acc) x = FMA(x, factor, add);                     \
+      const double t = bench_thread_cpu_now() - start;                   \
+      volatile float sink = reinterpret_cast<float*>(&acc[r % 12])[0];   \
+      (void)sink;                                                        \
+      if (t < best) best = t;                                            \
+    }                                                                    \
+    return 2.0 * (lanes) * 12 * iterations / best * 1e-9;               \
+  }
+BENCH_FMA_PEAK(fma_peak_s_avx2, "avx2,fma", __m256, _mm256_set1_ps, _mm256_fmadd_ps, 8)
+BENCH_FMA_PEAK(fma_peak_d_avx2, "avx2,fma", __m256d, _mm256_set1_pd, _mm256_fmadd_pd, 4)
+BENCH_FMA_PEAK(fma_peak_s_avx512, "avx512f", __m512, _mm512_set1_ps, _mm512_fmadd_ps, 16)
+BENCH_FMA_PEAK(fma_peak_d_avx512, "avx512f", __m512d, _mm512_set1_pd, _mm512_fmadd_pd, 8)
+#undef BENCH_FMA_PEAK
+}  // namespace
+
+double bench_fma_peak_cpu_time(int cpu_type, bool single) {
+  if ((cpu_type != 5 && cpu_type != 7) || !bench_cpu_can_run_type(cpu_type)) return 0;
+  if (cpu_type == 7) return single ? fma_peak_s_avx512() : fma_peak_d_avx512();
+  return single ? fma_peak_s_avx2() : fma_peak_d_avx2();
 }
 
 double bench_measure_peak_for_type(int cpu_type) {

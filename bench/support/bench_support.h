@@ -73,6 +73,10 @@ double bench_measure_peak_for_type(int cpu_type);
 // The peak that bounds a CPU type's kernels.
 double bench_peak_for_type(const bench_peaks& peaks, int cpu_type);
 bool bench_cpu_can_run_type(int cpu_type);
+// FMA peak in GFLOPS of AVX2 (CPU type 5) or AVX-512 (type 7) in single or double
+// precision by the thread's CPU time, so that other load counts for little: best of
+// five runs of twelve independent FMA chains. 0 where this CPU cannot run that type.
+double bench_fma_peak_cpu_time(int cpu_type, bool single);
 
 // Runs this program again with `extra_env` added and returns its stdout.
 std::string bench_rerun_self(const std::vector<std::string>& args, const std::vector<std::string>& extra_env);
