@@ -162,6 +162,12 @@ inline R l1_sum_odd(vrx_vec_t<R> v) {
   for (int k = 1; k < vrx_lanes<R>; k += 2) s += v[k];
   return s;
 }
+// The complex dot from p = x y and q = x swap(y) lane by lane (x conjugated with Conj).
+template <typename R, bool Conj>
+inline vrx_complex<R> l1_dot_of_lanes(vrx_vec_t<R> p, vrx_vec_t<R> q) {
+  if (Conj) return {l1_sum_even<R>(p) + l1_sum_odd<R>(p), l1_sum_even<R>(q) - l1_sum_odd<R>(q)};
+  return {l1_sum_even<R>(p) - l1_sum_odd<R>(p), l1_sum_even<R>(q) + l1_sum_odd<R>(q)};
+}
 
 template <typename R>
 inline vrx_complex<R> l1_cmul(vrx_complex<R> a, vrx_complex<R> b) {
@@ -192,14 +198,8 @@ vrx_complex<R> l1c_dot(vrx_int n, const vrx_complex<R>* x, const vrx_complex<R>*
     q0 += x0 * l1_swap_pairs<R>(y0);
   }
   const V p = p0 + p1, q = q0 + q1;
-  R re, im;
-  if (Conj) {
-    re = l1_sum_even<R>(p) + l1_sum_odd<R>(p);
-    im = l1_sum_even<R>(q) - l1_sum_odd<R>(q);
-  } else {
-    re = l1_sum_even<R>(p) - l1_sum_odd<R>(p);
-    im = l1_sum_even<R>(q) + l1_sum_odd<R>(q);
-  }
+  const vrx_complex<R> lanes = l1_dot_of_lanes<R, Conj>(p, q);
+  R re = lanes.re, im = lanes.im;
   for (; i < n; ++i) {
     const R a = x[i].re, b = Conj ? -x[i].im : x[i].im;
     re += a * y[i].re - b * y[i].im;

@@ -287,14 +287,8 @@ vrx_complex<R> l2c_axpy_dot(vrx_int n, vrx_complex<R> alpha, const vrx_complex<R
     p += c * xv;
     q += c * l1_swap_pairs<R>(xv);
   }
-  R re, im;
-  if (Conj) {
-    re = l1_sum_even<R>(p) + l1_sum_odd<R>(p);
-    im = l1_sum_even<R>(q) - l1_sum_odd<R>(q);
-  } else {
-    re = l1_sum_even<R>(p) - l1_sum_odd<R>(p);
-    im = l1_sum_even<R>(q) + l1_sum_odd<R>(q);
-  }
+  const vrx_complex<R> lanes = l1_dot_of_lanes<R, Conj>(p, q);
+  R re = lanes.re, im = lanes.im;
   for (; i < n; ++i) {
     const vrx_complex<R> t = l1_cmul(alpha, a[i]);
     y[i].re += t.re;
