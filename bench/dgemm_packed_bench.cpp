@@ -6,7 +6,7 @@
 #include <cstring>
 #include <vector>
 
-#include "blas/vrx_gemm_packed.h"
+#include "blas/level3/packed/vrx_gemm_packed.h"
 #include "support/bench_support.h"
 
 namespace {

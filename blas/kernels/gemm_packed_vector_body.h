@@ -12,6 +12,7 @@
 #pragma once
 #include <cstring>
 #include <type_traits>
+#include "blas/kernels/vrx_simd.h"
 #include "blas/level3/packed/vrx_gemm_kernels.h"
 #include "blas/vrx_scale_matrix.h"
 
@@ -21,38 +22,7 @@
 
 namespace {
 
-template <typename R, int Bytes>
-struct gemm_vec_of;
-template <>
-struct gemm_vec_of<double, 8> {
-  typedef double type;
-};
-template <>
-struct gemm_vec_of<double, 16> {
-  typedef double type __attribute__((vector_size(16), aligned(8)));
-};
-template <>
-struct gemm_vec_of<double, 32> {
-  typedef double type __attribute__((vector_size(32), aligned(8)));
-};
-template <>
-struct gemm_vec_of<float, 4> {
-  typedef float type;
-};
-template <>
-struct gemm_vec_of<float, 8> {
-  typedef float type __attribute__((vector_size(8), aligned(4)));
-};
-template <>
-struct gemm_vec_of<float, 16> {
-  typedef float type __attribute__((vector_size(16), aligned(4)));
-};
-template <>
-struct gemm_vec_of<float, 32> {
-  typedef float type __attribute__((vector_size(32), aligned(4)));
-};
-
-typedef gemm_vec_of<double, 16>::type gemm_v2;
+typedef vrx_vec_of<double, 16>::type gemm_v2;
 
 template <typename R, typename V>
 struct gemm_lanes {
@@ -101,7 +71,7 @@ struct gemm_rows_vector {
                                : H % narrow == 0 ? 16
                                : H % 2 == 0      ? 2 * sizeof(R)
                                                  : sizeof(R);
-  typedef typename gemm_vec_of<R, bytes>::type type;
+  typedef typename vrx_vec_of<R, bytes>::type type;
 };
 
 // Every cache line of an H by W tile of C, before the k loop needs it.

@@ -74,6 +74,22 @@ inline T vrx_abs(T v) {
 inline float vrx_abs(float v) { return __builtin_fabsf(v); }
 #endif  // VRX_VEC_BYTES
 
+// Bytes of T as one plain vector of the compiler's vector extension, at T's own
+// alignment (a whole number of lanes that may sit anywhere in memory); a width of one
+// element is the scalar itself. For bodies that use several widths in one class.
+template <typename T, int Bytes>
+struct vrx_vec_of {
+  typedef T type __attribute__((vector_size(Bytes), aligned(alignof(T))));
+};
+template <>
+struct vrx_vec_of<double, 8> {
+  typedef double type;
+};
+template <>
+struct vrx_vec_of<float, 4> {
+  typedef float type;
+};
+
 // W elements of T in one register: type, the half-width vector (void below one
 // element), and the operations the kernel templates use.
 template <typename T, int W>
