@@ -67,3 +67,124 @@ static inline int vrx_blas_trans_code(char t) {
     default: return -1;
   }
 }
+
+// The one reader of the level-3 argument words, by their first letter with bit 0x20
+// cleared. A null pointer (an argument that does not apply, from an internal caller)
+// has a code of its own.
+static inline int vrx_blas_side_code(const char* side) {  // L 0, R 1, other -1, null 2
+  if (!side) return 2;
+  switch (*side & ~0x20) {
+    case 'L': return 0;
+    case 'R': return 1;
+    default: return -1;
+  }
+}
+static inline int vrx_blas_uplo_code(const char* uplo) {  // U 0, L 1, other -1, null 2
+  if (!uplo) return 2;
+  switch (*uplo & ~0x20) {
+    case 'U': return 0;
+    case 'L': return 1;
+    default: return -1;
+  }
+}
+static inline int vrx_blas_diag_code(const char* diag) {  // U 0, N 1, other -1, null 2
+  if (!diag) return 2;
+  switch (*diag & ~0x20) {
+    case 'U': return 0;
+    case 'N': return 1;
+    default: return -1;
+  }
+}
+static inline int vrx_blas_transa_code(const char* trans) {  // N 0, T 1, C 2, other -1, null 3
+  return trans ? vrx_blas_trans_code(*trans) : 3;
+}
+
+// ---- the other level-3 families: signatures named once, members by precision letter ----
+// B := alpha op(A)^-1 B (TRSM) or alpha op(A) B (TRMM), or with A on the right; A triangular.
+template <typename T>
+using vrx_trsm_fn_type = void(const char* side, const char* uplo, const char* transa, const char* diag,
+                              const vrx_int* m, const vrx_int* n, const T* alpha, const T* a, const vrx_int* lda,
+                              T* b, const vrx_int* ldb);
+template <typename T>
+using vrx_trsm_fn = vrx_trsm_fn_type<T>*;
+// One triangle of C := alpha op(A) op(A)^T + beta C.
+template <typename T>
+using vrx_syrk_fn_type = void(const char* uplo, const char* trans, const vrx_int* n, const vrx_int* k,
+                              const T* alpha, const T* a, const vrx_int* lda, const T* beta, T* c,
+                              const vrx_int* ldc);
+// One triangle of C := alpha op(A) op(A)^H + beta C, alpha and beta real.
+template <typename T>
+using vrx_herk_fn_type = void(const char* uplo, const char* trans, const vrx_int* n, const vrx_int* k,
+                              const vrx_real_t<T>* alpha, const T* a, const vrx_int* lda,
+                              const vrx_real_t<T>* beta, T* c, const vrx_int* ldc);
+// One triangle of C := alpha op(A) op(B)^T + alpha op(B) op(A)^T + beta C.
+template <typename T>
+using vrx_syr2k_fn_type = void(const char* uplo, const char* trans, const vrx_int* n, const vrx_int* k,
+                               const T* alpha, const T* a, const vrx_int* lda, const T* b, const vrx_int* ldb,
+                               const T* beta, T* c, const vrx_int* ldc);
+// One triangle of C := alpha op(A) op(B)^H + conj(alpha) op(B) op(A)^H + beta C, beta real.
+template <typename T>
+using vrx_her2k_fn_type = void(const char* uplo, const char* trans, const vrx_int* n, const vrx_int* k,
+                               const T* alpha, const T* a, const vrx_int* lda, const T* b, const vrx_int* ldb,
+                               const vrx_real_t<T>* beta, T* c, const vrx_int* ldc);
+// C := alpha A B + beta C (side L) or alpha B A + beta C (side R), A symmetric (SYMM) or
+// Hermitian (HEMM), one triangle stored.
+template <typename T>
+using vrx_symm_fn_type = void(const char* side, const char* uplo, const vrx_int* m, const vrx_int* n,
+                              const T* alpha, const T* a, const vrx_int* lda, const T* b, const vrx_int* ldb,
+                              const T* beta, T* c, const vrx_int* ldc);
+
+// Each member: the engine entry, the sequential kernel (never forks) and the classic
+// threaded road of CPU types 0, 2, 3 and 4.
+vrx_trsm_fn_type<float> vrx_blas_strsm, vrx_blas_strsm_sequential, vrx_blas_strsm_classic;
+vrx_trsm_fn_type<double> vrx_blas_dtrsm, vrx_blas_dtrsm_sequential, vrx_blas_dtrsm_classic;
+vrx_trsm_fn_type<vrx_complex_float> vrx_blas_ctrsm, vrx_blas_ctrsm_sequential, vrx_blas_ctrsm_classic;
+vrx_trsm_fn_type<vrx_complex_double> vrx_blas_ztrsm, vrx_blas_ztrsm_sequential, vrx_blas_ztrsm_classic;
+vrx_trsm_fn_type<float> vrx_blas_strmm, vrx_blas_strmm_sequential, vrx_blas_strmm_classic;
+vrx_trsm_fn_type<double> vrx_blas_dtrmm, vrx_blas_dtrmm_sequential, vrx_blas_dtrmm_classic;
+vrx_trsm_fn_type<vrx_complex_float> vrx_blas_ctrmm, vrx_blas_ctrmm_sequential, vrx_blas_ctrmm_classic;
+vrx_trsm_fn_type<vrx_complex_double> vrx_blas_ztrmm, vrx_blas_ztrmm_sequential, vrx_blas_ztrmm_classic;
+
+vrx_syrk_fn_type<float> vrx_blas_ssyrk, vrx_blas_ssyrk_sequential;
+vrx_syrk_fn_type<double> vrx_blas_dsyrk, vrx_blas_dsyrk_sequential;
+vrx_syrk_fn_type<vrx_complex_float> vrx_blas_csyrk, vrx_blas_csyrk_sequential;
+vrx_syrk_fn_type<vrx_complex_double> vrx_blas_zsyrk, vrx_blas_zsyrk_sequential;
+vrx_herk_fn_type<vrx_complex_float> vrx_blas_cherk, vrx_blas_cherk_sequential;
+vrx_herk_fn_type<vrx_complex_double> vrx_blas_zherk, vrx_blas_zherk_sequential;
+vrx_syr2k_fn_type<float> vrx_blas_ssyr2k, vrx_blas_ssyr2k_sequential;
+vrx_syr2k_fn_type<double> vrx_blas_dsyr2k, vrx_blas_dsyr2k_sequential;
+vrx_syr2k_fn_type<vrx_complex_float> vrx_blas_csyr2k, vrx_blas_csyr2k_sequential;
+vrx_syr2k_fn_type<vrx_complex_double> vrx_blas_zsyr2k, vrx_blas_zsyr2k_sequential;
+vrx_her2k_fn_type<vrx_complex_float> vrx_blas_cher2k, vrx_blas_cher2k_sequential;
+vrx_her2k_fn_type<vrx_complex_double> vrx_blas_zher2k, vrx_blas_zher2k_sequential;
+vrx_symm_fn_type<float> vrx_blas_ssymm, vrx_blas_ssymm_sequential;
+vrx_symm_fn_type<double> vrx_blas_dsymm, vrx_blas_dsymm_sequential;
+vrx_symm_fn_type<vrx_complex_float> vrx_blas_csymm, vrx_blas_csymm_sequential, vrx_blas_chemm,
+    vrx_blas_chemm_sequential;
+vrx_symm_fn_type<vrx_complex_double> vrx_blas_zsymm, vrx_blas_zsymm_sequential, vrx_blas_zhemm,
+    vrx_blas_zhemm_sequential;
+
+// The published names, Fortran style like SGEMM: every argument by pointer, no hidden
+// lengths; each calls its engine entry.
+extern "C" {
+vrx_trsm_fn_type<float> STRSM, STRMM;
+vrx_trsm_fn_type<double> DTRSM, DTRMM;
+vrx_trsm_fn_type<vrx_complex_float> CTRSM, CTRMM;
+vrx_trsm_fn_type<vrx_complex_double> ZTRSM, ZTRMM;
+vrx_syrk_fn_type<float> SSYRK;
+vrx_syrk_fn_type<double> DSYRK;
+vrx_syrk_fn_type<vrx_complex_float> CSYRK;
+vrx_syrk_fn_type<vrx_complex_double> ZSYRK;
+vrx_herk_fn_type<vrx_complex_float> CHERK;
+vrx_herk_fn_type<vrx_complex_double> ZHERK;
+vrx_syr2k_fn_type<float> SSYR2K;
+vrx_syr2k_fn_type<double> DSYR2K;
+vrx_syr2k_fn_type<vrx_complex_float> CSYR2K;
+vrx_syr2k_fn_type<vrx_complex_double> ZSYR2K;
+vrx_her2k_fn_type<vrx_complex_float> CHER2K;
+vrx_her2k_fn_type<vrx_complex_double> ZHER2K;
+vrx_symm_fn_type<float> SSYMM;
+vrx_symm_fn_type<double> DSYMM;
+vrx_symm_fn_type<vrx_complex_float> CSYMM, CHEMM;
+vrx_symm_fn_type<vrx_complex_double> ZSYMM, ZHEMM;
+}

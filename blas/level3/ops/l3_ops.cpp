@@ -1,12 +1,9 @@
 // The operations table of the level-3 driver, filled per kind of product. Each kind
 // brings its own filler; GEMM's is below and the others join the table as they land.
+#include "blas/level3/ops/vrx_l3_kinds.h"
 #include "blas/vrx_l3.h"
 
 namespace {
-template <typename T>
-using kind_fill_fn = int (*)(const vrx_l3_kernels<T>* kernels, const vrx_l3_call<T>* call, const vrx_l3_view<T>* a,
-                             const vrx_l3_view<T>* b, const vrx_l3_view<T>* c, vrx_l3_ops<T>* ops);
-
 // The pack of an operand by its layout flag: as stored, conjugate-transposed, or (any
 // other flag) transposed.
 template <typename T>
@@ -30,7 +27,9 @@ int fill_gemm(const vrx_l3_kernels<T>* kernels, const vrx_l3_call<T>*, const vrx
 
 // By kind: 0 GEMM, 1 SYMM, 3 SYRK, 5 SYR2K, 7 TRMM, 8 TRSM, 9 GEMM into a triangle.
 template <typename T>
-constexpr kind_fill_fn<T> kind_fillers[10] = {fill_gemm<T>};
+constexpr vrx_l3_kind_fill_fn<T> kind_fillers[10] = {
+    fill_gemm<T>,         vrx_l3_fill_symm<T>, nullptr, vrx_l3_fill_syrk<T>, nullptr, vrx_l3_fill_syr2k<T>,
+    nullptr,              vrx_l3_fill_trmm<T>, vrx_l3_fill_trsm<T>, vrx_l3_fill_gemm_triangle<T>};
 }  // namespace
 
 template <typename T>
