@@ -33,3 +33,13 @@ void vrx_l3_trsm_sequential_classic(int cpu, int branch, vrx_tri_codes codes, vr
 template <typename T>
 void vrx_l3_trmm_sequential_classic(int cpu, int branch, vrx_tri_codes codes, vrx_int m, vrx_int n, T alpha,
                                     const T* a, vrx_int lda, T* b, vrx_int ldb);
+
+// The thread model of a triangular call on m by n B from t threads of the domain, the
+// same for TRSM and TRMM and for every road: `threads` is 1 when the call should run
+// sequentially ((m <= 16 and n < 17), t < 2, or the profitability model says so), else
+// the count p to fork; `width` is the right-hand sides per thread w of the model.
+struct vrx_tri_plan {
+  int threads;
+  vrx_int width;
+};
+vrx_tri_plan vrx_l3_tri_plan(vrx_tri_codes codes, vrx_int m, vrx_int n, int t);
