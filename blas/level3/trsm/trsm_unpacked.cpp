@@ -1,0 +1,102 @@
+// The allocation-free triangular solve: diagonal blocks of at most 64 by substitution,
+// unit-stride loops over columns of B (side L) or rows of B (side R), the coupling
+// blocks by the in-place SSE2 product. One thread, no packing, no allocation; it is
+// also what a thread runs when scratch memory is short.
+#include "blas/level2/level2_common.h"
+#include "blas/level3/packed/vrx_gemm_packed.h"
+#include "blas/level3/trsm/vrx_tri_split.h"
+#include "blas/vrx_l3.h"
+
+namespace {
+constexpr vrx_int leaf_max = 64;
+
+// Substitution on a triangle of order at most leaf_max. The diagonal enters as its
+// reciprocal, so a zero on it gives infinities rather than a trap.
+template <typename T>
+void solve_leaf(vrx_tri_codes c, vrx_int m, vrx_int n, T alpha, const T* a, vrx_int lda, T* b, vrx_int ldb) {
+  typedef vrx_traits<T> tr;
+  const bool left = c.side != 1, lower = vrx_tri_lower(c), unit = c.diag == 0;
+  const bool conj = tr::is_complex && c.trans == 2;
+  const bool scaled = !tr::is_one(alpha);
+  const vrx_int s = left ? m : n;
+  T inv[leaf_max];
+  for (vrx_int i = 0; i < s; ++i)
+    inv[i] = unit ? tr::make(1, 0) : vrx_l2_divide(tr::make(1, 0), vrx_tri_conj_if(a[i + i * lda], conj));
+
+  if (left) {
+    for (vrx_int j = 0; j < n; ++j) {
+      T* x = b + j * ldb;
+      if (scaled)
+        for (vrx_int i = 0; i < m; ++i) x[i] = alpha * x[i];
+      if (c.trans == 0 && lower) {
+        for (vrx_int k = 0; k < m; ++k) {
+          const T* col = a + k * lda;
+          const T xk = unit ? x[k] : x[k] * inv[k];
+          x[k] = xk;
+          for (vrx_int i = k + 1; i < m; ++i) x[i] -= xk * col[i];
+        }
+      } else if (c.trans == 0) {
+        for (vrx_int k = m - 1; k >= 0; --k) {
+          const T* col = a + k * lda;
+          const T xk = unit ? x[k] : x[k] * inv[k];
+          x[k] = xk;
+          for (vrx_int i = 0; i < k; ++i) x[i] -= xk * col[i];
+        }
+      } else if (lower) {  // op(A) = A^T or A^H with A upper: dot products down the columns of A
+        for (vrx_int i = 0; i < m; ++i) {
+          const T* col = a + i * lda;
+          T t = x[i];
+          for (vrx_int l = 0; l < i; ++l) t -= vrx_tri_conj_if(col[l], conj) * x[l];
+          x[i] = unit ? t : t * inv[i];
+        }
+      } else {
+        for (vrx_int i = m - 1; i >= 0; --i) {
+          const T* col = a + i * lda;
+          T t = x[i];
+          for (vrx_int l = i + 1; l < m; ++l) t -= vrx_tri_conj_if(col[l], conj) * x[l];
+          x[i] = unit ? t : t * inv[i];
+        }
+      }
+    }
+    return;
+  }
+  // X op(A) = alpha B: column j of X from the columns already solved, rows in chunks.
+  for (vrx_int r0 = 0; r0 < m; r0 += vrx_tri_row_chunk) {
+    const vrx_int rows = m - r0 < vrx_tri_row_chunk ? m - r0 : vrx_tri_row_chunk;
+    T* base = b + r0;
+    for (vrx_int step = 0; step < n; ++step) {
+      const vrx_int j = lower ? n - 1 - step : step;
+      T* bj = base + j * ldb;
+      if (scaled)
+        for (vrx_int i = 0; i < rows; ++i) bj[i] = alpha * bj[i];
+      const vrx_int l_begin = lower ? j + 1 : 0, l_end = lower ? n : j;
+      for (vrx_int l = l_begin; l < l_end; ++l) {
+        const T coef = vrx_tri_op_at(a, lda, c.trans, conj, l, j);
+        const T* xl = base + l * ldb;
+        for (vrx_int i = 0; i < rows; ++i) bj[i] -= coef * xl[i];
+      }
+      if (!unit) {
+        const T d = inv[j];
+        for (vrx_int i = 0; i < rows; ++i) bj[i] = bj[i] * d;
+      }
+    }
+  }
+}
+}  // namespace
+
+template <typename T>
+void vrx_l3_trsm_unpacked(vrx_tri_codes codes, vrx_int m, vrx_int n, T alpha, const T* a, vrx_int lda, T* b,
+                          vrx_int ldb) {
+  if (m < 1 || n < 1) return;
+  if (vrx_traits<T>::is_zero(alpha)) {
+    vrx_tri_zero(m, n, b, ldb);
+    return;
+  }
+  vrx_tri_split<T>(VRX_TRI_SOLVE, codes, m, n, alpha, a, lda, b, ldb, {leaf_max, 0}, solve_leaf<T>,
+                   vrx_gemm_class_of<T>(vrx_gemm_kernels_sse2)->unpacked);
+}
+
+#define VRX_INSTANTIATE(T)                                                                                     \
+  template void vrx_l3_trsm_unpacked<T>(vrx_tri_codes, vrx_int, vrx_int, T, const T*, vrx_int, T*, vrx_int);
+VRX_L3_EACH_TYPE(VRX_INSTANTIATE)
+#undef VRX_INSTANTIATE

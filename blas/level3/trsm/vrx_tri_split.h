@@ -1,0 +1,50 @@
+// The blocked frame shared by the triangular solve and product: the triangle is cut in
+// two, the part that does not depend on the other is done first, and the coupling
+// block becomes one GEMM. Also the small element helpers of the leaf kernels.
+#pragma once
+#include "blas/level3/trsm/vrx_triangular.h"
+
+// The signature of a whole kernel (and of a leaf): the arguments of vrx_l3_trsm_unpacked.
+template <typename T>
+using vrx_tri_kernel_fn = void (*)(vrx_tri_codes codes, vrx_int m, vrx_int n, T alpha, const T* a, vrx_int lda,
+                                   T* b, vrx_int ldb);
+
+enum { VRX_TRI_SOLVE = 0, VRX_TRI_PRODUCT = 1 };
+
+// How the triangle is cut: parts of at most `leaf` go to the leaf kernel. `halve` cuts
+// in two near the middle (the leading part a multiple of 8); otherwise blocks of `leaf`
+// are peeled off the part done first, one after the other.
+struct vrx_tri_cut {
+  vrx_int leaf;
+  int halve;
+};
+
+// B := op(A)^-1 alpha B (kind VRX_TRI_SOLVE) or alpha op(A) B (VRX_TRI_PRODUCT), or with
+// A on the right, through `leaf` on the diagonal parts and `gemm` on the coupling blocks.
+// alpha is not 0 here. Only the stored triangle of A is read.
+template <typename T>
+void vrx_tri_split(int kind, vrx_tri_codes codes, vrx_int m, vrx_int n, T alpha, const T* a, vrx_int lda, T* b,
+                   vrx_int ldb, vrx_tri_cut cut, vrx_tri_kernel_fn<T> leaf, vrx_gemm_fn<T> gemm);
+
+// B := 0 over m by n, without reading B.
+template <typename T>
+void vrx_tri_zero(vrx_int m, vrx_int n, T* b, vrx_int ldb);
+
+// Whether op(A) is lower triangular.
+inline bool vrx_tri_lower(vrx_tri_codes c) { return (c.uplo == 1) == (c.trans == 0); }
+
+// x, or its conjugate when `conj`.
+template <typename T>
+inline T vrx_tri_conj_if(T x, bool conj) {
+  if constexpr (vrx_is_complex<T>) return conj ? vrx_traits<T>::conj(x) : x;
+  else return x;
+}
+
+// Element (i, j) of op(A), conjugated when op is the conjugate transpose.
+template <typename T>
+inline T vrx_tri_op_at(const T* a, vrx_int lda, int trans, bool conj, vrx_int i, vrx_int j) {
+  return trans == 0 ? a[i + j * lda] : vrx_tri_conj_if(a[j + i * lda], conj);
+}
+
+// Rows of B that side-R leaves take at a time, so that the columns in play stay in cache.
+constexpr vrx_int vrx_tri_row_chunk = 256;
