@@ -46,6 +46,10 @@ void run_tile(vrx_l3_call<T>* call, const vrx_l3_view<T>* a, const vrx_l3_view<T
 template <typename T>
 void vrx_l3_team_worker(vrx_l3_call<T>* call, const vrx_l3_view<T>* a, const vrx_l3_view<T>* b, const vrx_l3_view<T>* c,
                         vrx_l3_team<T>* team) {
+  if (vrx_l3_triangular_result_kinds >> call->kind & 1) {
+    vrx_l3_team_triangle(call, a, b, c, team);
+    return;
+  }
   if (team->threads > 1) vrx_l3_team_layout(team, c->rows, c->cols, a->cols);
   team->group_size = team->threads;
   // Only the k-split and cooperating workers use the group's shared records.

@@ -69,6 +69,11 @@ int vrx_blas_gemm_team_road(const char* transa, const char* transb, const vrx_in
 template <typename T>
 void vrx_l3_team_worker(vrx_l3_call<T>* call, const vrx_l3_view<T>* a, const vrx_l3_view<T>* b,
                         const vrx_l3_view<T>* c, vrx_l3_team<T>* team);
+// One thread of a product whose result is one triangle of C (SYRK, SYR2K, GEMM into a
+// triangle): its own cut of the triangle, with the triangle routines of the operations.
+template <typename T>
+void vrx_l3_team_triangle(vrx_l3_call<T>* call, const vrx_l3_view<T>* a, const vrx_l3_view<T>* b,
+                          const vrx_l3_view<T>* c, vrx_l3_team<T>* team);
 // The workers of the layouts that need more than one driver run per thread.
 template <typename T>
 void vrx_l3_team_k_split(vrx_l3_call<T>* call, const vrx_l3_view<T>* a, const vrx_l3_view<T>* b,
