@@ -2,8 +2,6 @@
 // of side, uplo, transa and diag, the scalars of each precision, and one call checked
 // against the wide reference.
 #pragma once
-#include <gtest/gtest.h>
-
 #include <string>
 #include <vector>
 

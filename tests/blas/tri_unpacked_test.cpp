@@ -2,6 +2,8 @@
 // every side, uplo, transa and diag, orders on both sides of the 64 leaf and of the row
 // chunk, alpha 0 over NaN, diag U with NaN on A's diagonal, the other triangle never
 // read (NaN sentinels), singular triangles, a NaN alpha.
+#include <gtest/gtest.h>
+
 #include <cmath>
 
 #include "tri_test_support.h"

@@ -17,35 +17,44 @@ void product_leaf(vrx_tri_codes c, vrx_int m, vrx_int n, T alpha, const T* a, vr
   const bool left = c.side != 1, lower = vrx_tri_lower(c), unit = c.diag == 0;
   const bool conj = tr::is_complex && c.trans == 2;
   if (left) {
-    for (vrx_int j = 0; j < n; ++j) {
-      T* x = b + j * ldb;
-      if (c.trans == 0 && !lower) {
-        for (vrx_int k = 0; k < m; ++k) {
-          const T* col = a + k * lda;
-          const T t = alpha * x[k];
-          for (vrx_int i = 0; i < k; ++i) x[i] += t * col[i];
-          x[k] = unit ? t : t * col[k];
-        }
-      } else if (c.trans == 0) {
-        for (vrx_int k = m - 1; k >= 0; --k) {
-          const T* col = a + k * lda;
-          const T t = alpha * x[k];
-          for (vrx_int i = k + 1; i < m; ++i) x[i] += t * col[i];
-          x[k] = unit ? t : t * col[k];
-        }
-      } else if (lower) {  // op(A) = A^T or A^H with A upper: dot products down the columns of A
-        for (vrx_int i = m - 1; i >= 0; --i) {
-          const T* col = a + i * lda;
-          T t = unit ? x[i] : vrx_tri_conj_if(col[i], conj) * x[i];
-          for (vrx_int l = 0; l < i; ++l) t += vrx_tri_conj_if(col[l], conj) * x[l];
-          x[i] = alpha * t;
-        }
-      } else {
-        for (vrx_int i = 0; i < m; ++i) {
-          const T* col = a + i * lda;
-          T t = unit ? x[i] : vrx_tri_conj_if(col[i], conj) * x[i];
-          for (vrx_int l = i + 1; l < m; ++l) t += vrx_tri_conj_if(col[l], conj) * x[l];
-          x[i] = alpha * t;
+    // op(A) copied once; column k of it adds alpha B(k, j) op(A)(:, k) into the rows
+    // whose old values are no longer needed, then B(k, j) takes its diagonal term.
+    // vrx_tri_columns columns of B at a time so that each entry of op(A) is loaded once.
+    T op[leaf_max * leaf_max];
+    vrx_tri_load_op(c, m, a, lda, op);
+    for (vrx_int j0 = 0; j0 < n; j0 += vrx_tri_columns) {
+      const vrx_int cols = n - j0 < vrx_tri_columns ? n - j0 : vrx_tri_columns;
+      T* x[vrx_tri_columns];
+      for (vrx_int q = 0; q < cols; ++q) x[q] = b + (j0 + q) * ldb;
+      for (vrx_int step = 0; step < m; ++step) {
+        const vrx_int k = lower ? m - 1 - step : step;
+        const vrx_int i_begin = lower ? k + 1 : 0, i_end = lower ? m : k;
+        const T* col = op + k * m;
+        const T d = col[k];
+        if (cols == vrx_tri_columns) {
+          T* __restrict x0 = x[0];
+          T* __restrict x1 = x[1];
+          T* __restrict x2 = x[2];
+          T* __restrict x3 = x[3];
+          const T y0 = alpha * x0[k], y1 = alpha * x1[k], y2 = alpha * x2[k], y3 = alpha * x3[k];
+          for (vrx_int i = i_begin; i < i_end; ++i) {
+            const T v = col[i];
+            x0[i] += y0 * v;
+            x1[i] += y1 * v;
+            x2[i] += y2 * v;
+            x3[i] += y3 * v;
+          }
+          x0[k] = unit ? y0 : y0 * d;
+          x1[k] = unit ? y1 : y1 * d;
+          x2[k] = unit ? y2 : y2 * d;
+          x3[k] = unit ? y3 : y3 * d;
+        } else {
+          for (vrx_int q = 0; q < cols; ++q) {
+            T* __restrict xq = x[q];
+            const T y = alpha * xq[k];
+            for (vrx_int i = i_begin; i < i_end; ++i) xq[i] += y * col[i];
+            xq[k] = unit ? y : y * d;
+          }
         }
       }
     }

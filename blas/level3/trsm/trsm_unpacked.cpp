@@ -24,37 +24,47 @@ void solve_leaf(vrx_tri_codes c, vrx_int m, vrx_int n, T alpha, const T* a, vrx_
     inv[i] = unit ? tr::make(1, 0) : vrx_l2_divide(tr::make(1, 0), vrx_tri_conj_if(a[i + i * lda], conj));
 
   if (left) {
-    for (vrx_int j = 0; j < n; ++j) {
-      T* x = b + j * ldb;
-      if (scaled)
-        for (vrx_int i = 0; i < m; ++i) x[i] = alpha * x[i];
-      if (c.trans == 0 && lower) {
-        for (vrx_int k = 0; k < m; ++k) {
-          const T* col = a + k * lda;
-          const T xk = unit ? x[k] : x[k] * inv[k];
-          x[k] = xk;
-          for (vrx_int i = k + 1; i < m; ++i) x[i] -= xk * col[i];
-        }
-      } else if (c.trans == 0) {
-        for (vrx_int k = m - 1; k >= 0; --k) {
-          const T* col = a + k * lda;
-          const T xk = unit ? x[k] : x[k] * inv[k];
-          x[k] = xk;
-          for (vrx_int i = 0; i < k; ++i) x[i] -= xk * col[i];
-        }
-      } else if (lower) {  // op(A) = A^T or A^H with A upper: dot products down the columns of A
-        for (vrx_int i = 0; i < m; ++i) {
-          const T* col = a + i * lda;
-          T t = x[i];
-          for (vrx_int l = 0; l < i; ++l) t -= vrx_tri_conj_if(col[l], conj) * x[l];
-          x[i] = unit ? t : t * inv[i];
-        }
-      } else {
-        for (vrx_int i = m - 1; i >= 0; --i) {
-          const T* col = a + i * lda;
-          T t = x[i];
-          for (vrx_int l = i + 1; l < m; ++l) t -= vrx_tri_conj_if(col[l], conj) * x[l];
-          x[i] = unit ? t : t * inv[i];
+    // op(A) copied once: every column of B then walks unit-stride columns of it,
+    // vrx_tri_columns columns of B at a time so that each entry of op(A) is loaded once.
+    T op[leaf_max * leaf_max];
+    vrx_tri_load_op(c, m, a, lda, op);
+    for (vrx_int j0 = 0; j0 < n; j0 += vrx_tri_columns) {
+      const vrx_int cols = n - j0 < vrx_tri_columns ? n - j0 : vrx_tri_columns;
+      T* x[vrx_tri_columns];
+      for (vrx_int q = 0; q < cols; ++q) {
+        x[q] = b + (j0 + q) * ldb;
+        if (scaled)
+          for (vrx_int i = 0; i < m; ++i) x[q][i] = alpha * x[q][i];
+      }
+      for (vrx_int step = 0; step < m; ++step) {
+        const vrx_int k = lower ? step : m - 1 - step;
+        const vrx_int i_begin = lower ? k + 1 : 0, i_end = lower ? m : k;
+        const T* col = op + k * m;
+        if (cols == vrx_tri_columns) {
+          T* __restrict x0 = x[0];
+          T* __restrict x1 = x[1];
+          T* __restrict x2 = x[2];
+          T* __restrict x3 = x[3];
+          const T y0 = unit ? x0[k] : x0[k] * inv[k], y1 = unit ? x1[k] : x1[k] * inv[k];
+          const T y2 = unit ? x2[k] : x2[k] * inv[k], y3 = unit ? x3[k] : x3[k] * inv[k];
+          x0[k] = y0;
+          x1[k] = y1;
+          x2[k] = y2;
+          x3[k] = y3;
+          for (vrx_int i = i_begin; i < i_end; ++i) {
+            const T v = col[i];
+            x0[i] -= y0 * v;
+            x1[i] -= y1 * v;
+            x2[i] -= y2 * v;
+            x3[i] -= y3 * v;
+          }
+        } else {
+          for (vrx_int q = 0; q < cols; ++q) {
+            T* __restrict xq = x[q];
+            const T y = unit ? xq[k] : xq[k] * inv[k];
+            xq[k] = y;
+            for (vrx_int i = i_begin; i < i_end; ++i) xq[i] -= y * col[i];
+          }
         }
       }
     }

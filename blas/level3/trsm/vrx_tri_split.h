@@ -46,5 +46,21 @@ inline T vrx_tri_op_at(const T* a, vrx_int lda, int trans, bool conj, vrx_int i,
   return trans == 0 ? a[i + j * lda] : vrx_tri_conj_if(a[j + i * lda], conj);
 }
 
+// op(A) of a leaf of order s into `out` (column-major, leading dimension s), conjugated
+// for the conjugate transpose: its triangle only, ones on a unit diagonal (A's diagonal
+// is then not read). Side-L leaves then walk unit-stride columns whatever the transa.
+template <typename T>
+inline void vrx_tri_load_op(vrx_tri_codes c, vrx_int s, const T* a, vrx_int lda, T* out) {
+  const bool lower = vrx_tri_lower(c), conj = vrx_is_complex<T> && c.trans == 2;
+  for (vrx_int j = 0; j < s; ++j) {
+    const vrx_int i_begin = lower ? j + 1 : 0, i_end = lower ? s : j;
+    for (vrx_int i = i_begin; i < i_end; ++i) out[i + j * s] = vrx_tri_op_at(a, lda, c.trans, conj, i, j);
+    out[j + j * s] = c.diag == 0 ? vrx_traits<T>::make(1, 0) : vrx_tri_op_at(a, lda, c.trans, conj, j, j);
+  }
+}
+
+// Columns of B that side-L leaves carry through the triangle together.
+constexpr vrx_int vrx_tri_columns = 4;
+
 // Rows of B that side-R leaves take at a time, so that the columns in play stay in cache.
 constexpr vrx_int vrx_tri_row_chunk = 256;
