@@ -1,8 +1,9 @@
 // Operations of the level-3 driver for the kinds with a triangular result (SYRK,
 // SYR2K and GEMM into one triangle of C). The general kernel works on whole tiles;
 // the two triangle routines take care of the diagonal tiles: one applies beta to the
-// tile's triangle only, the other forms the whole tile's product in a scratch tile and
-// adds its triangle into C, so that the part beyond the triangle is never written.
+// tile's triangle only, the other runs the general kernel on the tile's register blocks
+// inside the triangle and on the crossing ones through a scratch block, so that the
+// part beyond the triangle is never written.
 #include "blas/level3/ops/vrx_l3_kinds.h"
 #include "blas/level3/syrk/vrx_syrk_ops.h"
 #include "blas/level3/syrk/vrx_triangle_scale.h"
@@ -50,34 +51,71 @@ void add_products_unpacked(const vrx_l3_call<T>* call, const vrx_l3_view<T>* a, 
   }
 }
 
+// One product of a diagonal tile, packed whole: per column panel of B the row panels
+// wholly inside the triangle go straight to C, the few that cross the diagonal into a
+// small scratch block whose triangle part is then added. Nothing beyond the triangle
+// is written, and only the crossing register blocks compute more than they keep.
+template <typename T>
+void packed_tile_product(bool lower, T alpha, const vrx_l3_view<T>* a, const vrx_l3_view<T>* b,
+                         const vrx_l3_view<T>* c, const vrx_l3_ops<T>* ops, T* a_packed, T* b_packed, T* cross,
+                         vrx_int kc) {
+  const vrx_int d = c->rows, k = a->cols, mr = ops->shape.mr, nr = ops->shape.nr;
+  const vrx_int full = d / mr * mr, ldx = 3 * mr + nr;
+  const T one = vrx_traits<T>::make(1, 0);
+  vrx_l3_view<T> ap = vrx_l3_make_view<T>(a_packed, d, 0, mr, VRX_L3_PLAIN);
+  vrx_l3_view<T> bp = vrx_l3_make_view<T>(b_packed, 0, d, nr, VRX_L3_PLAIN);
+  T* c0 = c->address(0, 0, c);
+  for (vrx_int l0 = 0; l0 < k; l0 += kc) {
+    const vrx_int kb = k - l0 < kc ? k - l0 : kc;
+    const vrx_l3_view<T> sa = vrx_l3_sub_view(a, 0, l0, d, kb), sb = vrx_l3_sub_view(b, l0, 0, kb, d);
+    ap.cols = kb;
+    bp.rows = kb;
+    ops->pack_a(&sa, &ap, alpha, 0);
+    ops->pack_b(&sb, &bp, one, 0);
+    for (vrx_int j = 0; j < d;) {
+      const vrx_int w = vrx_l3_panel_extent(d - j, nr);
+      // Row panels [low, high) cross the diagonal within these columns.
+      const vrx_int low = j / mr * mr;
+      vrx_int high = (j + w + mr - 1) / mr * mr;
+      if (high > full) high = d;
+      const T* bj = b_packed + j * kb;
+      if (lower && high < d) ops->kernel(d - high, w, kb, a_packed + high * kb, bj, c0 + high + j * c->ld, c->ld, one);
+      if (!lower && low > 0) ops->kernel(low, w, kb, a_packed, bj, c0 + j * c->ld, c->ld, one);
+      ops->kernel(high - low, w, kb, a_packed + low * kb, bj, cross, ldx, T{});
+      for (vrx_int jj = 0; jj < w; ++jj) {
+        const vrx_int col = j + jj;
+        const vrx_int first = lower ? col : low, end = lower ? high : col + 1;
+        T* cj = c0 + col * c->ld;
+        const T* xj = cross + jj * ldx - low;
+        for (vrx_int i = first; i < end; ++i) cj[i] += xj[i];
+      }
+      j += w;
+    }
+  }
+}
+
 template <typename T>
 void triangle_kernel(const vrx_l3_call<T>* call, const vrx_l3_view<T>* a, const vrx_l3_view<T>* b,
                      const vrx_l3_view<T>* c, const vrx_l3_ops<T>* ops) {
-  const vrx_int d = c->rows;
-  T* tile = static_cast<T*>(vrx_l3_scratch_alloc(static_cast<std::size_t>(d * d) * sizeof(T), 128));
-  if (!tile) {
+  const vrx_int d = c->rows, mr = ops->shape.mr, nr = ops->shape.nr;
+  vrx_l3_blocking<T> rule{};
+  vrx_l3_blocking_rule(d, d, a->cols, &ops->shape, &rule);
+  const vrx_int kc = rule.kc;
+  const std::size_t panels = static_cast<std::size_t>((d + mr) * kc), columns = static_cast<std::size_t>((d + nr) * kc);
+  const std::size_t cross = static_cast<std::size_t>((3 * mr + nr) * nr);
+  T* scratch = static_cast<T*>(vrx_l3_scratch_alloc((panels + columns + cross) * sizeof(T), 128));
+  if (!scratch) {
     add_products_unpacked(call, a, b, c);
   } else {
-    const vrx_l3_view<T> w = vrx_l3_make_c_view<T>(tile, d, d, d);
-    vrx_l3_call<T> own = *call;
-    own.beta = T{};
-    ops->driver(&own, a, b, &w, nullptr, ops);
+    const bool lower = lower_of(call);
+    packed_tile_product(lower, call->alpha, a, b, c, ops, scratch, scratch + panels, scratch + panels + columns, kc);
     if (call->kind == VRX_L3_SYR2K) {
       vrx_l3_view<T> a2, b2;
       vrx_l3_swap_operands(a, b, &a2, &b2);
-      own = *call;
-      own.alpha = vrx_l3_second_alpha(call);
-      own.beta = vrx_traits<T>::make(1, 0);
-      ops->driver(&own, &a2, &b2, &w, nullptr, ops);
+      packed_tile_product(lower, vrx_l3_second_alpha(call), &a2, &b2, c, ops, scratch, scratch + panels,
+                          scratch + panels + columns, kc);
     }
-    const bool lower = lower_of(call);
-    for (vrx_int j = 0; j < d; ++j) {
-      vrx_int first, end;
-      vrx_triangle_rows(lower, j, d, &first, &end);
-      T* cj = c->address(0, j, c);
-      for (vrx_int i = first; i < end; ++i) cj[i] += tile[i + j * d];
-    }
-    vrx_serv_free(tile);
+    vrx_serv_free(scratch);
   }
   if (vrx_l3_hermitian_result(call)) vrx_zero_diagonal_imaginary(d, c->address(0, 0, c), c->ld);
 }

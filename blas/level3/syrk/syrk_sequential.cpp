@@ -42,6 +42,13 @@ void copy_buffer_pass(const vrx_syrk_problem<T>* p) {
   vrx_syrk_sequential_band(&q, 0, q.n);
 }
 
+// CPU types 5 and 7: diagonal tiles by the triangle routines of the level-3 operations.
+template <typename T>
+void driver_pass(const vrx_syrk_problem<T>* p) {
+  if (!changes_c(p)) return;
+  if (!vrx_syrk_driver_pass(p)) copy_buffer_pass(p);
+}
+
 template <typename T>
 using pass_fn = void (*)(const vrx_syrk_problem<T>* p);
 template <typename T>
@@ -52,8 +59,8 @@ constexpr vrx_variants<pass_fn<T>> pass_variants = {
     .ssse3 = copy_buffer_pass<T>,
     .sse42 = copy_buffer_pass<T>,
     .avx = copy_buffer_pass<T>,
-    .avx2 = copy_buffer_pass<T>,
-    .avx512 = copy_buffer_pass<T>,
+    .avx2 = driver_pass<T>,
+    .avx512 = driver_pass<T>,
 };
 template <typename T>
 pass_fn<T> pass_cache = nullptr;

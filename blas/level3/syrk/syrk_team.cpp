@@ -12,7 +12,7 @@
 
 namespace {
 // Diagonal tiles of the team walk: whole register blocks of both extents.
-constexpr vrx_int team_tile = 96;
+constexpr vrx_int team_tile = 192;
 
 template <typename T>
 struct team_visit {
@@ -21,19 +21,20 @@ struct team_visit {
   const vrx_l3_view<T>* b;
   const vrx_l3_view<T>* c;
   const vrx_l3_ops<T>* ops;
+  vrx_l3_blocking<T>* blocking;  // sized for the band's largest rectangle, or null
   void rect(vrx_int i0, vrx_int j0, vrx_int m, vrx_int n) {
     const vrx_int k = a->cols;
     const vrx_l3_view<T> sa = vrx_l3_sub_view(a, i0, 0, m, k), sb = vrx_l3_sub_view(b, 0, j0, k, n);
     const vrx_l3_view<T> sc = vrx_l3_sub_view(c, i0, j0, m, n);
     vrx_l3_call<T> own = *call;
-    ops->driver(&own, &sa, &sb, &sc, nullptr, ops);
+    ops->driver(&own, &sa, &sb, &sc, blocking, ops);
     if (call->kind != VRX_L3_SYR2K) return;
     vrx_l3_view<T> a2, b2;
     vrx_l3_swap_operands(&sa, &sb, &a2, &b2);
     own = *call;
     own.alpha = vrx_l3_second_alpha(call);
     own.beta = vrx_traits<T>::make(1, 0);
-    ops->driver(&own, &a2, &b2, &sc, nullptr, ops);
+    ops->driver(&own, &a2, &b2, &sc, blocking, ops);
   }
   void diagonal(vrx_int j0, vrx_int d) {
     const vrx_int k = a->cols;
@@ -55,8 +56,16 @@ void walk_band(vrx_l3_call<T>* call, const vrx_l3_view<T>* a, const vrx_l3_view<
   const int parts = team->threads > 1 ? team->threads : 1;
   const vrx_int c0 = vrx_syrk_band_start(lower, n, parts, team->id, ops->shape.nr);
   const vrx_int c1 = vrx_syrk_band_start(lower, n, parts, team->id + 1, ops->shape.nr);
-  team_visit<T> visit{call, a, b, c, ops};
+  if (c1 <= c0) return;
+  // One blocking serves every rectangle of the band: none has more rows than the
+  // triangle or more columns than the band. Without it each driver run finds its own.
+  const vrx_l3_view<T> band = vrx_l3_sub_view(b, 0, c0, b->rows, c1 - c0);
+  vrx_l3_blocking<T> blocking;
+  vrx_l3_blocking_init(a, &band, &ops->shape, &blocking);
+  const bool had = blocking.allocate(&blocking);
+  team_visit<T> visit{call, a, b, c, ops, had ? &blocking : nullptr};
   vrx_syrk_walk_band(lower, n, c0, c1, team_tile, visit);
+  if (had) blocking.release(&blocking);
 }
 
 // Columns of thread i among t for the shared buffer: chunks of c = n / t, raised by one
@@ -133,27 +142,54 @@ void vrx_l3_team_triangle(vrx_l3_call<T>* call, const vrx_l3_view<T>* a, const v
   walk_band(call, a, b, c, team, &ops);
 }
 
+namespace {
+// The call, views and team records of the problem; answers false when the CPU type has
+// no level-3 kernels.
+template <typename T>
+struct team_records {
+  vrx_l3_call<T> call;
+  vrx_l3_view<T> a, b, c;
+  vrx_l3_team<T> team;
+};
+template <typename T>
+bool make_records(const vrx_syrk_problem<T>* p, team_records<T>* r) {
+  vrx_l3_team_plan(p->n, p->n, p->k, &r->team);
+  if (!vrx_l3_kernels_for<T>(static_cast<int>(r->team.cpu))) return false;
+  r->call = vrx_l3_gemm_call<T>(&p->first, &p->second, p->alpha, p->beta);
+  r->call.uplo = p->lower ? "L" : "U";
+  r->call.kind = p->two ? VRX_L3_SYR2K : VRX_L3_SYRK;
+  // op(A) in A's place, op(X)^T in B's place (X is B for the rank-2k update).
+  r->a = vrx_l3_make_view<T>(p->a, p->n, p->k, p->lda, vrx_l3_layout_flag(p->first));
+  r->b = vrx_l3_make_view<T>(p->b, p->k, p->n, p->ldb, vrx_l3_layout_flag(p->second));
+  r->c = vrx_l3_make_c_view<T>(p->c, p->n, p->n, p->ldc);
+  return true;
+}
+}  // namespace
+
 template <typename T>
 int vrx_syrk_team_road(const vrx_syrk_problem<T>* p, int t) {
-  vrx_l3_team<T> team;
-  vrx_l3_team_plan(p->n, p->n, p->k, &team);
-  if (!vrx_l3_kernels_for<T>(static_cast<int>(team.cpu))) return 0;
-  team.threads = t;
-  vrx_l3_call<T> call = vrx_l3_gemm_call<T>(&p->first, &p->second, p->alpha, p->beta);
-  call.uplo = p->lower ? "L" : "U";
-  call.kind = p->two ? VRX_L3_SYR2K : VRX_L3_SYRK;
-  // op(A) in A's place, op(X)^T in B's place (X is B for the rank-2k update).
-  const vrx_l3_view<T> va = vrx_l3_make_view<T>(p->a, p->n, p->k, p->lda, vrx_l3_layout_flag(p->first));
-  const vrx_l3_view<T> vb = vrx_l3_make_view<T>(p->b, p->k, p->n, p->ldb, vrx_l3_layout_flag(p->second));
-  const vrx_l3_view<T> vc = vrx_l3_make_c_view<T>(p->c, p->n, p->n, p->ldc);
+  team_records<T> r;
+  if (!make_records(p, &r)) return 0;
+  r.team.threads = t;
   vrx_syrk_note(VRX_SYRK_TEAM, t);
-  vrx_blas_gemm_team(&call, &va, &vb, &vc, &team);
+  vrx_blas_gemm_team(&r.call, &r.a, &r.b, &r.c, &r.team);
+  return 1;
+}
+
+template <typename T>
+int vrx_syrk_driver_pass(const vrx_syrk_problem<T>* p) {
+  team_records<T> r;
+  if (!make_records(p, &r)) return 0;
+  r.team.threads = 1;
+  r.team.id = 0;
+  vrx_l3_team_triangle(&r.call, &r.a, &r.b, &r.c, &r.team);
   return 1;
 }
 
 #define VRX_INSTANTIATE(T)                                                                                  \
   template void vrx_l3_team_triangle(vrx_l3_call<T>*, const vrx_l3_view<T>*, const vrx_l3_view<T>*,          \
                                      const vrx_l3_view<T>*, vrx_l3_team<T>*);                                \
-  template int vrx_syrk_team_road(const vrx_syrk_problem<T>*, int);
+  template int vrx_syrk_team_road(const vrx_syrk_problem<T>*, int);                                          \
+  template int vrx_syrk_driver_pass(const vrx_syrk_problem<T>*);
 VRX_L3_EACH_TYPE(VRX_INSTANTIATE)
 #undef VRX_INSTANTIATE

@@ -106,6 +106,10 @@ void vrx_syrk_classic(const vrx_syrk_problem<T>* p, int t);
 // The team road of CPU types 5 and 7 with t threads; answers 0 when it did not run.
 template <typename T>
 int vrx_syrk_team_road(const vrx_syrk_problem<T>* p, int t);
+// The sequential pass of CPU types 5 and 7: the team worker's walk in one thread,
+// through the level-3 driver; answers 0 when the CPU type has no level-3 kernels.
+template <typename T>
+int vrx_syrk_driver_pass(const vrx_syrk_problem<T>* p);
 // The whole entry after the argument words were read.
 template <typename T>
 void vrx_syrk_entry(const vrx_syrk_problem<T>* p);
