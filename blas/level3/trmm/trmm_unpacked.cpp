@@ -2,7 +2,6 @@
 // loops over columns of B (side L) or rows of B (side R), the coupling blocks by the
 // in-place SSE2 product. One thread, no packing, no allocation; it is also what a
 // thread runs when scratch memory is short.
-#include "blas/level3/packed/vrx_gemm_packed.h"
 #include "blas/level3/trsm/vrx_tri_split.h"
 #include "blas/vrx_l3.h"
 
@@ -61,36 +60,24 @@ void product_leaf(vrx_tri_codes c, vrx_int m, vrx_int n, T alpha, const T* a, vr
     return;
   }
   // B op(A): column j takes the columns l on op(A)'s side of the diagonal, which are
-  // overwritten later (upper: from the right; lower: from the left). Rows in chunks.
-  for (vrx_int r0 = 0; r0 < m; r0 += vrx_tri_row_chunk) {
-    const vrx_int rows = m - r0 < vrx_tri_row_chunk ? m - r0 : vrx_tri_row_chunk;
-    T* base = b + r0;
-    for (vrx_int step = 0; step < n; ++step) {
-      const vrx_int j = lower ? step : n - 1 - step;
-      T* bj = base + j * ldb;
-      const T d = unit ? alpha : alpha * vrx_tri_op_at(a, lda, c.trans, conj, j, j);
-      for (vrx_int i = 0; i < rows; ++i) bj[i] = d * bj[i];
-      const vrx_int l_begin = lower ? j + 1 : 0, l_end = lower ? n : j;
-      for (vrx_int l = l_begin; l < l_end; ++l) {
-        const T coef = alpha * vrx_tri_op_at(a, lda, c.trans, conj, l, j);
-        const T* bl = base + l * ldb;
-        for (vrx_int i = 0; i < rows; ++i) bj[i] += coef * bl[i];
-      }
+  // overwritten later (upper: from the right; lower: from the left).
+  vrx_tri_right_walk(m, n, lower, !lower, b, [&](T* base, vrx_int rows, vrx_int j, vrx_int l_begin, vrx_int l_end) {
+    T* bj = base + j * ldb;
+    const T d = unit ? alpha : alpha * vrx_tri_op_at(a, lda, c.trans, conj, j, j);
+    for (vrx_int i = 0; i < rows; ++i) bj[i] = d * bj[i];
+    for (vrx_int l = l_begin; l < l_end; ++l) {
+      const T coef = alpha * vrx_tri_op_at(a, lda, c.trans, conj, l, j);
+      const T* bl = base + l * ldb;
+      for (vrx_int i = 0; i < rows; ++i) bj[i] += coef * bl[i];
     }
-  }
+  });
 }
 }  // namespace
 
 template <typename T>
 void vrx_l3_trmm_unpacked(vrx_tri_codes codes, vrx_int m, vrx_int n, T alpha, const T* a, vrx_int lda, T* b,
                           vrx_int ldb) {
-  if (m < 1 || n < 1) return;
-  if (vrx_traits<T>::is_zero(alpha)) {
-    vrx_tri_zero(m, n, b, ldb);
-    return;
-  }
-  vrx_tri_split<T>(VRX_TRI_PRODUCT, codes, m, n, alpha, a, lda, b, ldb, {leaf_max, 0}, product_leaf<T>,
-                   vrx_gemm_class_of<T>(vrx_gemm_kernels_sse2)->unpacked);
+  vrx_tri_unpacked<T>(VRX_TRI_PRODUCT, product_leaf<T>, leaf_max, codes, m, n, alpha, a, lda, b, ldb);
 }
 
 #define VRX_INSTANTIATE(T)                                                                                     \

@@ -14,11 +14,7 @@ constexpr vrx_int min_rhs = 8;
 template <typename T>
 void sequential_classic(int kind, vrx_tri_kernel_fn<T> unpacked, int cpu, int branch, vrx_tri_codes codes,
                         vrx_int m, vrx_int n, T alpha, const T* a, vrx_int lda, T* b, vrx_int ldb) {
-  if (m < 1 || n < 1) return;
-  if (vrx_traits<T>::is_zero(alpha)) {
-    vrx_tri_zero(m, n, b, ldb);
-    return;
-  }
+  if (vrx_tri_quick_return(m, n, alpha, b, ldb)) return;
   const bool left = codes.side != 1;
   const vrx_int order = left ? m : n, rhs = left ? n : m;
   const vrx_gemm_fn<T> route = vrx_blas_gemm_classic_route<T>(cpu, branch);

@@ -3,15 +3,27 @@
 // GEMM (alpha -1, beta the call's alpha, so that the scaling happens there) and solves
 // it with alpha 1. A product does first the part whose result needs the other part's
 // old values, adds the coupling block by GEMM (beta 1), then does the other part.
+#include "blas/level3/packed/vrx_gemm_packed.h"
 #include "blas/level3/trsm/vrx_tri_split.h"
 #include "blas/vrx_l3.h"
 
 template <typename T>
-void vrx_tri_zero(vrx_int m, vrx_int n, T* b, vrx_int ldb) {
+bool vrx_tri_quick_return(vrx_int m, vrx_int n, T alpha, T* b, vrx_int ldb) {
+  if (m < 1 || n < 1) return true;
+  if (!vrx_traits<T>::is_zero(alpha)) return false;
   for (vrx_int j = 0; j < n; ++j) {
     T* col = b + j * ldb;
     for (vrx_int i = 0; i < m; ++i) col[i] = T{};
   }
+  return true;
+}
+
+template <typename T>
+void vrx_tri_unpacked(int kind, vrx_tri_kernel_fn<T> leaf, vrx_int leaf_max, vrx_tri_codes codes, vrx_int m,
+                      vrx_int n, T alpha, const T* a, vrx_int lda, T* b, vrx_int ldb) {
+  if (vrx_tri_quick_return(m, n, alpha, b, ldb)) return;
+  vrx_tri_split<T>(kind, codes, m, n, alpha, a, lda, b, ldb, {leaf_max, 0}, leaf,
+                   vrx_gemm_class_of<T>(vrx_gemm_kernels_sse2)->unpacked);
 }
 
 template <typename T>
@@ -59,7 +71,9 @@ void vrx_tri_split(int kind, vrx_tri_codes codes, vrx_int m, vrx_int n, T alpha,
 }
 
 #define VRX_INSTANTIATE(T)                                                                                       \
-  template void vrx_tri_zero<T>(vrx_int, vrx_int, T*, vrx_int);                                                  \
+  template bool vrx_tri_quick_return<T>(vrx_int, vrx_int, T, T*, vrx_int);                                        \
+  template void vrx_tri_unpacked<T>(int, vrx_tri_kernel_fn<T>, vrx_int, vrx_tri_codes, vrx_int, vrx_int, T,          \
+                                    const T*, vrx_int, T*, vrx_int);                                              \
   template void vrx_tri_split<T>(int, vrx_tri_codes, vrx_int, vrx_int, T, const T*, vrx_int, T*, vrx_int,         \
                                  vrx_tri_cut, vrx_tri_kernel_fn<T>, vrx_gemm_fn<T>);
 VRX_L3_EACH_TYPE(VRX_INSTANTIATE)

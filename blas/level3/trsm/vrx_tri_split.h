@@ -26,9 +26,17 @@ template <typename T>
 void vrx_tri_split(int kind, vrx_tri_codes codes, vrx_int m, vrx_int n, T alpha, const T* a, vrx_int lda, T* b,
                    vrx_int ldb, vrx_tri_cut cut, vrx_tri_kernel_fn<T> leaf, vrx_gemm_fn<T> gemm);
 
-// B := 0 over m by n, without reading B.
+// The quick returns every kernel starts with: true when B is empty, or when alpha = 0
+// (then B is zeroed without reading it or A).
 template <typename T>
-void vrx_tri_zero(vrx_int m, vrx_int n, T* b, vrx_int ldb);
+bool vrx_tri_quick_return(vrx_int m, vrx_int n, T alpha, T* b, vrx_int ldb);
+
+// The allocation-free kernel of a kind: quick returns, then the frame with leaves of at
+// most leaf_max peeled one after the other and the coupling blocks by the in-place SSE2
+// product.
+template <typename T>
+void vrx_tri_unpacked(int kind, vrx_tri_kernel_fn<T> leaf, vrx_int leaf_max, vrx_tri_codes codes, vrx_int m,
+                      vrx_int n, T alpha, const T* a, vrx_int lda, T* b, vrx_int ldb);
 
 // Whether op(A) is lower triangular.
 inline bool vrx_tri_lower(vrx_tri_codes c) { return (c.uplo == 1) == (c.trans == 0); }
@@ -64,3 +72,18 @@ constexpr vrx_int vrx_tri_columns = 4;
 
 // Rows of B that side-R leaves take at a time, so that the columns in play stay in cache.
 constexpr vrx_int vrx_tri_row_chunk = 256;
+
+// The walk of a side-R leaf of order n over B (m rows): rows in chunks, columns j in
+// order (from the last when `backward`), each with the range [l_begin, l_end) of the
+// columns on op(A)'s side of the diagonal. body(base, rows, j, l_begin, l_end), base
+// the chunk's first row.
+template <typename T, typename Body>
+inline void vrx_tri_right_walk(vrx_int m, vrx_int n, bool lower, bool backward, T* b, Body&& body) {
+  for (vrx_int r0 = 0; r0 < m; r0 += vrx_tri_row_chunk) {
+    const vrx_int rows = m - r0 < vrx_tri_row_chunk ? m - r0 : vrx_tri_row_chunk;
+    for (vrx_int step = 0; step < n; ++step) {
+      const vrx_int j = backward ? n - 1 - step : step;
+      body(b + r0, rows, j, lower ? j + 1 : 0, lower ? n : j);
+    }
+  }
+}
