@@ -1,11 +1,12 @@
-// Operations of the level-3 driver for this kind of product.
+// Operations of the level-3 driver for the triangular solve (TRSM): the filler shared
+// with the other triangular kind picks the routines by the A view's flags.
 #include "blas/level3/ops/vrx_l3_kinds.h"
+#include "blas/level3/trsm/vrx_tri_team.h"
 
-// Not yet offered: the driver answers that the kind has no operations.
 template <typename T>
-int vrx_l3_fill_trsm(const vrx_l3_kernels<T>*, const vrx_l3_call<T>*, const vrx_l3_view<T>*,
-                        const vrx_l3_view<T>*, const vrx_l3_view<T>*, vrx_l3_ops<T>*) {
-  return 0;
+int vrx_l3_fill_trsm(const vrx_l3_kernels<T>* kernels, const vrx_l3_call<T>* call, const vrx_l3_view<T>* a,
+                     const vrx_l3_view<T>*, const vrx_l3_view<T>*, vrx_l3_ops<T>* ops) {
+  return vrx_tri_fill(VRX_L3_TRSM, kernels, call, a, ops);
 }
 
 #define VRX_INSTANTIATE(T) VRX_L3_INSTANTIATE_FILL(vrx_l3_fill_trsm, T)
