@@ -95,18 +95,18 @@ void vrx_syrk_gemm_block(const vrx_syrk_problem<T>* p, vrx_gemm_fn<T> gemm, vrx_
 template <typename T>
 void vrx_syrk_unpacked_diagonal(const vrx_syrk_problem<T>* p, vrx_int j0, vrx_int d, T beta) {
   T* c = p->c + j0 + j0 * p->ldc;
-  vrx_scale_triangle(p->lower, p->hermitian, d, beta, c, p->ldc);
+  vrx_scale_triangle(p->lower, p->hermitian, d, d, 0, beta, c, p->ldc);
   if (vrx_traits<T>::is_zero(p->alpha) || p->k < 1) return;
   for (vrx_int j = 0; j < d; ++j) {
     vrx_int first, end;
-    vrx_triangle_rows(p->lower, j, d, &first, &end);
+    vrx_triangle_rows(p->lower, j, d, 0, &first, &end);
     for (vrx_int i = first; i < end; ++i) {
       T s = p->alpha * dot(p, p->a, p->lda, p->b, p->ldb, j0 + i, j0 + j);
       if (p->two) s += p->alpha2 * dot(p, p->b, p->ldb, p->a, p->lda, j0 + i, j0 + j);
       c[i + j * p->ldc] += s;
     }
   }
-  if (p->hermitian) vrx_zero_diagonal_imaginary(d, c, p->ldc);
+  if (p->hermitian) vrx_zero_diagonal_imaginary(d, d, 0, c, p->ldc);
 }
 
 template <typename T>
@@ -115,7 +115,7 @@ void vrx_syrk_add_tile(const vrx_syrk_problem<T>* p, vrx_int j0, vrx_int d, cons
   const bool keep = vrx_traits<T>::is_one(beta), clear = vrx_traits<T>::is_zero(beta);
   for (vrx_int j = 0; j < d; ++j) {
     vrx_int first, end;
-    vrx_triangle_rows(p->lower, j, d, &first, &end);
+    vrx_triangle_rows(p->lower, j, d, 0, &first, &end);
     T* cj = c + j * p->ldc;
     const T* wj = w + j * d;
     if (clear)
@@ -125,7 +125,7 @@ void vrx_syrk_add_tile(const vrx_syrk_problem<T>* p, vrx_int j0, vrx_int d, cons
     else
       for (vrx_int i = first; i < end; ++i) cj[i] = beta * cj[i] + wj[i];
   }
-  if (p->hermitian) vrx_zero_diagonal_imaginary(d, c, p->ldc);
+  if (p->hermitian) vrx_zero_diagonal_imaginary(d, d, 0, c, p->ldc);
 }
 
 template <typename T>

@@ -35,7 +35,7 @@ void unpacked_pass(const vrx_syrk_problem<T>* p) {
 template <typename T>
 void copy_buffer_pass(const vrx_syrk_problem<T>* p) {
   if (!changes_c(p)) return;
-  vrx_scale_triangle(p->lower, p->hermitian, p->n, p->beta, p->c, p->ldc);
+  vrx_scale_triangle(p->lower, p->hermitian, p->n, p->n, 0, p->beta, p->c, p->ldc);
   if (vrx_traits<T>::is_zero(p->alpha) || p->k < 1) return;
   vrx_syrk_problem<T> q = *p;
   q.beta = vrx_traits<T>::make(1, 0);

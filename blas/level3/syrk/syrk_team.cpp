@@ -1,9 +1,9 @@
 // The team road of the triangular kinds (CPU types 5 and 7): the records of GEMM's
 // team road with another kind, forked through its machinery. Each thread takes a band
-// of columns of the triangle of about equal area and walks it: rectangles through the
-// level-3 driver, diagonal tiles through the triangle routines of the operations. A
-// rank-2k update with a shared buffer forms W = alpha op(A) op(B)^T once, in column
-// chunks, and adds W and its transpose into the triangle.
+// of columns of the triangle of about equal area and runs the triangle routines of the
+// operations on it. A rank-2k update with a shared buffer forms W = alpha op(A) op(B)^T
+// once through the level-3 driver, in column chunks, and adds W and its transpose into
+// the triangle.
 #include "blas/level3/driver/vrx_l3_sync.h"
 #include "blas/level3/syrk/vrx_syrk.h"
 #include "blas/level3/syrk/vrx_syrk_ops.h"
@@ -11,61 +11,22 @@
 #include "service/vrx_serv.h"
 
 namespace {
-// Diagonal tiles of the team walk: whole register blocks of both extents.
-constexpr vrx_int team_tile = 192;
-
+// The thread's band of columns of the triangle and the rows of the triangle in it:
+// beta and the products through the triangle routines of the operations.
 template <typename T>
-struct team_visit {
-  const vrx_l3_call<T>* call;
-  const vrx_l3_view<T>* a;
-  const vrx_l3_view<T>* b;
-  const vrx_l3_view<T>* c;
-  const vrx_l3_ops<T>* ops;
-  vrx_l3_blocking<T>* blocking;  // sized for the band's largest rectangle, or null
-  void rect(vrx_int i0, vrx_int j0, vrx_int m, vrx_int n) {
-    const vrx_int k = a->cols;
-    const vrx_l3_view<T> sa = vrx_l3_sub_view(a, i0, 0, m, k), sb = vrx_l3_sub_view(b, 0, j0, k, n);
-    const vrx_l3_view<T> sc = vrx_l3_sub_view(c, i0, j0, m, n);
-    vrx_l3_call<T> own = *call;
-    ops->driver(&own, &sa, &sb, &sc, blocking, ops);
-    if (call->kind != VRX_L3_SYR2K) return;
-    vrx_l3_view<T> a2, b2;
-    vrx_l3_swap_operands(&sa, &sb, &a2, &b2);
-    own = *call;
-    own.alpha = vrx_l3_second_alpha(call);
-    own.beta = vrx_traits<T>::make(1, 0);
-    ops->driver(&own, &a2, &b2, &sc, blocking, ops);
-  }
-  void diagonal(vrx_int j0, vrx_int d) {
-    const vrx_int k = a->cols;
-    const vrx_l3_view<T> sa = vrx_l3_sub_view(a, j0, 0, d, k), sb = vrx_l3_sub_view(b, 0, j0, k, d);
-    const vrx_l3_view<T> sc = vrx_l3_sub_view(c, j0, j0, d, d);
-    ops->triangle_scale(call, &sa, &sb, &sc, ops);
-    if (k < 1 || vrx_traits<T>::is_zero(call->alpha)) return;
-    vrx_l3_call<T> own = *call;
-    own.beta = vrx_traits<T>::make(1, 0);
-    ops->triangle_kernel(&own, &sa, &sb, &sc, ops);
-  }
-};
-
-template <typename T>
-void walk_band(vrx_l3_call<T>* call, const vrx_l3_view<T>* a, const vrx_l3_view<T>* b, const vrx_l3_view<T>* c,
-               const vrx_l3_team<T>* team, const vrx_l3_ops<T>* ops) {
+void run_band(vrx_l3_call<T>* call, const vrx_l3_view<T>* a, const vrx_l3_view<T>* b, const vrx_l3_view<T>* c,
+              const vrx_l3_team<T>* team, const vrx_l3_ops<T>* ops) {
   const bool lower = vrx_blas_uplo_code(call->uplo) == 1;
-  const vrx_int n = c->rows;
+  const vrx_int n = c->rows, k = a->cols;
   const int parts = team->threads > 1 ? team->threads : 1;
   const vrx_int c0 = vrx_syrk_band_start(lower, n, parts, team->id, ops->shape.nr);
   const vrx_int c1 = vrx_syrk_band_start(lower, n, parts, team->id + 1, ops->shape.nr);
   if (c1 <= c0) return;
-  // One blocking serves every rectangle of the band: none has more rows than the
-  // triangle or more columns than the band. Without it each driver run finds its own.
-  const vrx_l3_view<T> band = vrx_l3_sub_view(b, 0, c0, b->rows, c1 - c0);
-  vrx_l3_blocking<T> blocking;
-  vrx_l3_blocking_init(a, &band, &ops->shape, &blocking);
-  const bool had = blocking.allocate(&blocking);
-  team_visit<T> visit{call, a, b, c, ops, had ? &blocking : nullptr};
-  vrx_syrk_walk_band(lower, n, c0, c1, team_tile, visit);
-  if (had) blocking.release(&blocking);
+  const vrx_int r0 = lower ? c0 : 0, r1 = lower ? n : c1;
+  const vrx_l3_view<T> sa = vrx_l3_sub_view(a, r0, 0, r1 - r0, k), sb = vrx_l3_sub_view(b, 0, c0, k, c1 - c0);
+  const vrx_l3_view<T> sc = vrx_l3_sub_view(c, r0, c0, r1 - r0, c1 - c0);
+  if (k < 1 || vrx_traits<T>::is_zero(call->alpha)) ops->triangle_scale(call, &sa, &sb, &sc, ops);
+  else ops->triangle_kernel(call, &sa, &sb, &sc, ops);
 }
 
 // Columns of thread i among t for the shared buffer: chunks of c = n / t, raised by one
@@ -139,7 +100,7 @@ void vrx_l3_team_triangle(vrx_l3_call<T>* call, const vrx_l3_view<T>* a, const v
   if (!vrx_l3_init_ops_with(vrx_l3_kernels_for<T>(static_cast<int>(team->cpu)), call, a, b, c, &shape, &ops)) return;
   const bool rank_2k = call->kind == VRX_L3_SYR2K && a->cols > 0 && !vrx_traits<T>::is_zero(call->alpha);
   if (rank_2k && team->threads > 1 && rank_2k_shared(call, a, b, c, team, &ops)) return;
-  walk_band(call, a, b, c, team, &ops);
+  run_band(call, a, b, c, team, &ops);
 }
 
 namespace {
