@@ -58,33 +58,23 @@ void pack_mirrored_panel(const T* a, vrx_int lda, vrx_int line0, vrx_int width, 
   }
 }
 
-// A block of the symmetric operand in A's place: source->rows lines (rows) from its row
-// offset, source->cols steps from its column offset.
-template <typename T, int CPU, bool LOWER, bool HERMITIAN>
-void pack_a_mirrored(const vrx_l3_view<T>* source, const vrx_l3_view<T>* target, T factor, vrx_int offset) {
-  const vrx_int mr = vrx_l3_kernels_for<T>(CPU)->mr, kb = source->cols;
-  T* out = target->data + offset * kb;
-  for (vrx_int i = 0; i < source->rows;) {
-    const vrx_int h = vrx_l3_panel_extent(source->rows - i, mr);
-    pack_mirrored_panel<T, CPU, LOWER, HERMITIAN, true>(source->data, source->ld, source->row_offset + i, h,
-                                                         source->col_offset, kb, target, factor, out);
-    out += h * kb;
+// A block of the symmetric operand, cut into panels of the register extent. In A's
+// place its lines are source->rows rows from the row offset and its steps the columns;
+// in B's place its lines are source->cols columns from the column offset.
+template <typename T, int CPU, bool LOWER, bool HERMITIAN, bool FOR_A>
+void pack_mirrored(const vrx_l3_view<T>* source, const vrx_l3_view<T>* target, T factor, vrx_int offset) {
+  const vrx_l3_kernels<T>* k = vrx_l3_kernels_for<T>(CPU);
+  const vrx_int extent = FOR_A ? k->mr : k->nr, lines = FOR_A ? source->rows : source->cols;
+  const vrx_int steps = FOR_A ? source->cols : source->rows;
+  const vrx_int line0 = FOR_A ? source->row_offset : source->col_offset;
+  const vrx_int step0 = FOR_A ? source->col_offset : source->row_offset;
+  T* out = target->data + offset * steps;
+  for (vrx_int i = 0; i < lines;) {
+    const vrx_int h = vrx_l3_panel_extent(lines - i, extent);
+    pack_mirrored_panel<T, CPU, LOWER, HERMITIAN, FOR_A>(source->data, source->ld, line0 + i, h, step0, steps, target,
+                                                          factor, out);
+    out += h * steps;
     i += h;
-  }
-}
-
-// A block in B's place: source->rows steps from its row offset, source->cols lines
-// (columns) from its column offset.
-template <typename T, int CPU, bool LOWER, bool HERMITIAN>
-void pack_b_mirrored(const vrx_l3_view<T>* source, const vrx_l3_view<T>* target, T factor, vrx_int offset) {
-  const vrx_int nr = vrx_l3_kernels_for<T>(CPU)->nr, kb = source->rows;
-  T* out = target->data + offset * kb;
-  for (vrx_int j = 0; j < source->cols;) {
-    const vrx_int w = vrx_l3_panel_extent(source->cols - j, nr);
-    pack_mirrored_panel<T, CPU, LOWER, HERMITIAN, false>(source->data, source->ld, source->col_offset + j, w,
-                                                          source->row_offset, kb, target, factor, out);
-    out += w * kb;
-    j += w;
   }
 }
 
@@ -92,11 +82,11 @@ void pack_b_mirrored(const vrx_l3_view<T>* source, const vrx_l3_view<T>* target,
 template <typename T, int CPU>
 struct mirrored_packs {
   static constexpr vrx_l3_pack_fn<T> a[2][2] = {
-      {pack_a_mirrored<T, CPU, false, false>, pack_a_mirrored<T, CPU, false, true>},
-      {pack_a_mirrored<T, CPU, true, false>, pack_a_mirrored<T, CPU, true, true>}};
+      {pack_mirrored<T, CPU, false, false, true>, pack_mirrored<T, CPU, false, true, true>},
+      {pack_mirrored<T, CPU, true, false, true>, pack_mirrored<T, CPU, true, true, true>}};
   static constexpr vrx_l3_pack_fn<T> b[2][2] = {
-      {pack_b_mirrored<T, CPU, false, false>, pack_b_mirrored<T, CPU, false, true>},
-      {pack_b_mirrored<T, CPU, true, false>, pack_b_mirrored<T, CPU, true, true>}};
+      {pack_mirrored<T, CPU, false, false, false>, pack_mirrored<T, CPU, false, true, false>},
+      {pack_mirrored<T, CPU, true, false, false>, pack_mirrored<T, CPU, true, true, false>}};
 };
 }  // namespace
 
