@@ -6,15 +6,13 @@
 #include "blas/level3/packed/vrx_gemm_packed.h"
 #include "blas/level3/trsm/vrx_tri_split.h"
 #include "blas/vrx_l3.h"
+#include "blas/vrx_scale_matrix.h"
 
 template <typename T>
 bool vrx_tri_quick_return(vrx_int m, vrx_int n, T alpha, T* b, vrx_int ldb) {
   if (m < 1 || n < 1) return true;
   if (!vrx_traits<T>::is_zero(alpha)) return false;
-  for (vrx_int j = 0; j < n; ++j) {
-    T* col = b + j * ldb;
-    for (vrx_int i = 0; i < m; ++i) col[i] = T{};
-  }
+  vrx_scale_matrix(m, n, T{}, b, ldb);
   return true;
 }
 
