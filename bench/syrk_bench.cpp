@@ -3,7 +3,8 @@
 // count come from the environment (VRX_DEBUG_CPU_TYPE, VRX_NUM_THREADS, default 1);
 // the peers get the same thread count. Best of three runs, by the thread CPU time on
 // one thread and by wall time on more.
-//   syrk_bench [--quick]      --quick: order 2000 instead of 4000
+//   syrk_bench [--quick|--full] [CASE]   --quick: order 2000 instead of 4000; CASE 1 to 4
+//   runs that case alone (DSYRK k = n, DSYRK k = 256, DSYR2K, ZHERK)
 // Prints one line per case: "case ours best_peer ratio", speeds in GFLOPS; the lines
 // "...-vs-dgemm" put our DGEMM rate in the peer's column.
 #include <dlfcn.h>
@@ -140,14 +141,16 @@ void zherk_case(const std::vector<peer>& peers, int n, int k) {
 
 int main(int argc, char** argv) {
   const bool quick = argc > 1 && std::strcmp(argv[1], "--quick") == 0;
+  const char* only = argc > 2 ? argv[2] : nullptr;  // run only the case of this number
   const int threads = vrx_serv_domain_get_max_threads(VRX_DOMAIN_BLAS);
   const std::vector<peer> peers = load_peers(threads);
   if (threads == 1) bench_clock = bench_thread_cpu_now;
   const int n = quick ? 2000 : 4000;
   std::printf("# CPU type %d, %d threads\ncase ours best_peer ratio\n", vrx_serv_cpu_detect(), threads);
-  dsyrk_case(peers, n, n);
-  dsyrk_case(peers, n, 256);
-  dsyr2k_case(peers, n, quick ? n : 1000);
-  zherk_case(peers, quick ? 1000 : 2000, quick ? 1000 : 2000);
+  const auto wanted = [&](int number) { return !only || std::atoi(only) == number; };
+  if (wanted(1)) dsyrk_case(peers, n, n);
+  if (wanted(2)) dsyrk_case(peers, n, 256);
+  if (wanted(3)) dsyr2k_case(peers, n, quick ? n : 1000);
+  if (wanted(4)) zherk_case(peers, quick ? 1000 : 2000, quick ? 1000 : 2000);
   return 0;
 }

@@ -24,13 +24,17 @@ struct setting {
 // 7 bands of tiles; c0/c1 the copy buffer, w0/w1 the workspace (see vrx_syrk_trace).
 // Shapes: 16x16 and 17x5 around the sequential threshold, n = 4, the split of k on both
 // sides of n = 16 and k = 20 n, 8 t against n, and the tile edges of 100, 97 and 300.
+const char team_roads[] =
+    "16 16 1 1|17 5 2 2w1|5 17 2 2w1|4 40 2 2w1|15 300 2 2w1|20 399 2 2w1|20 400 2 2w1|100 30 2 2w1|"
+    "97 1 2 2w1|300 12 2 2w1|";
+const char reproducible_roads[] =
+    "16 16 1c1 1c1|17 5 3c1 3c1|5 17 1c1 1c1|4 40 1c1 1c1|15 300 1c1 1c1|20 399 3c1 3c1|20 400 3c1 3c1|"
+    "100 30 3c1 3c1|97 1 3c1 3c1|300 12 3c1 3c1|";
 const setting settings[] = {
     {"0", "3", nullptr, nullptr, "SC",
-     "16 16 1c1 1c1|17 5 3c1 3c1|5 17 1c1 1c1|4 40 1c1 1c1|15 300 1c1 1c1|20 399 3c1 3c1|20 400 3c1 3c1|"
-     "100 30 3c1 3c1|97 1 3c1 3c1|300 12 3c1 3c1|"},
+     reproducible_roads},
     {"4", "3", nullptr, "COMPATIBLE", "D",
-     "16 16 1c1 1c1|17 5 3c1 3c1|5 17 1c1 1c1|4 40 1c1 1c1|15 300 1c1 1c1|20 399 3c1 3c1|20 400 3c1 3c1|"
-     "100 30 3c1 3c1|97 1 3c1 3c1|300 12 3c1 3c1|"},
+     reproducible_roads},
     {"2", "2", nullptr, nullptr, "Z",
      "16 16 1c1 1c1|17 5 7c1 7c1|5 17 6c1 6c1|4 40 4 4|15 300 6c1 6c1|20 399 7c1 7c1|20 400 5c1w1 5c1w1|"
      "100 30 7c1 7c1|97 1 7c1 7c1|300 12 7c1 7c1|"},
@@ -41,17 +45,13 @@ const setting settings[] = {
      "16 16 1c1 1c1|17 5 6c1 6c1|5 17 6c1 6c1|4 40 4 4|15 300 6c1 6c1|20 399 6c1 6c1|20 400 5c1w1 5c1w1|"
      "100 30 7c1 7c1|97 1 7c1 7c1|300 12 7c1 7c1|"},
     {"5", "2", nullptr, nullptr, "SC",
-     "16 16 1 1|17 5 2 2w1|5 17 2 2w1|4 40 2 2w1|15 300 2 2w1|20 399 2 2w1|20 400 2 2w1|100 30 2 2w1|"
-     "97 1 2 2w1|300 12 2 2w1|"},
+     team_roads},
     {"5", "33", nullptr, nullptr, "D",
-     "16 16 1 1|17 5 2 2w1|5 17 2 2w1|4 40 2 2w1|15 300 2 2w1|20 399 2 2w1|20 400 2 2w1|100 30 2 2w1|"
-     "97 1 2 2w1|300 12 2 2w1|"},
+     team_roads},
     {"7", "3", nullptr, nullptr, "DZ",
-     "16 16 1 1|17 5 2 2w1|5 17 2 2w1|4 40 2 2w1|15 300 2 2w1|20 399 2 2w1|20 400 2 2w1|100 30 2 2w1|"
-     "97 1 2 2w1|300 12 2 2w1|"},
+     team_roads},
     {"7", "8", nullptr, nullptr, "C",
-     "16 16 1 1|17 5 2 2w1|5 17 2 2w1|4 40 2 2w1|15 300 2 2w1|20 399 2 2w1|20 400 2 2w1|100 30 2 2w1|"
-     "97 1 2 2w1|300 12 2 2w1|"},
+     team_roads},
     // Without scratch: the team's shared buffer, the driver's blocks, the copy buffer and
     // the workspace of the split of k are all missing; without the copy buffer alone.
     {"7", "2", "refuse", nullptr, "D",
