@@ -71,4 +71,14 @@ TEST(TriangularTeamSplit, OrderSevenHundredSixtyEightSplitsAtSixtyFourPerThread)
               "product 130: splits 0 h 0 forks 1\n");
   }
 }
+
+// The product with A on the left cooperates from 2501 rows against more than 256
+// columns, and gives the sequential kernel's result to rounding.
+TEST(TriangularTeamSplit, ProductOnTheLeftCooperatesFrom2501Rows) {
+  const vrx_child_result r = run_team("D", "cooperate", "7", "2");
+  EXPECT_EQ(r.exit_status, 0) << r.output;
+  EXPECT_EQ(r.output,
+            "order 2500: forks 1 team mode 0\n"
+            "order 2501: forks 1 team mode 1\n");
+}
 }  // namespace

@@ -12,7 +12,11 @@
 //     edges   alpha 0 over a NaN or zero diagonal, a singular triangle
 //     split   DTRSM and DTRMM on order 768: prints the entry's splits and last h for
 //             64 and for 65 right-hand sides per thread (run it with 2 threads)
+//     cooperate  DTRMM with A on the left of order 2500 and 2501 against 257 columns:
+//             prints the team mode of the fork; the result must match the sequential
+//             kernel's to rounding
 // Prints "ok" and exits 0, or prints what went wrong and exits 1.
+#include <cfloat>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
@@ -20,7 +24,7 @@
 #include <vector>
 
 #include "blas/level3/trsm/vrx_tri_team.h"
-#include "support/triangular_reference.h"
+#include "blas/tri_test_support.h"
 
 namespace {
 void* refuse(std::size_t, int) { return nullptr; }
@@ -45,22 +49,16 @@ struct published<vrx_complex_double> {
 };
 
 template <typename T>
-T scalar(double re, double im) {
-  return vrx_traits<T>::make(static_cast<vrx_real_t<T>>(re),
-                             static_cast<vrx_real_t<T>>(vrx_is_complex<T> ? im : 0));
-}
-
-template <typename T>
 T alpha_of(int i) {
   switch (i % 4) {
     case 0:
-      return scalar<T>(1, 0);
+      return vrx_test_scalar<T>(1, 0);
     case 1:
-      return scalar<T>(-0.75, 0);
+      return vrx_test_scalar<T>(-0.75, 0);
     case 2:
-      return scalar<T>(0.5, -1.25);
+      return vrx_test_scalar<T>(0.5, -1.25);
     default:
-      return i % 8 == 3 ? T{} : scalar<T>(2, 0);
+      return i % 8 == 3 ? T{} : vrx_test_scalar<T>(2, 0);
   }
 }
 
@@ -84,15 +82,6 @@ bool check(const std::string& c, bool solve, int64_t m, int64_t n, T alpha, unsi
   return bad == 0;
 }
 
-std::vector<std::string> every_case() {
-  std::vector<std::string> all;
-  for (char side : {'L', 'R'})
-    for (char uplo : {'U', 'L'})
-      for (char trans : {'N', 'T', 'C'})
-        for (char diag : {'N', 'U'}) all.push_back({side, uplo, trans, diag});
-  return all;
-}
-
 struct extent {
   int64_t order, rhs;
 };
@@ -105,7 +94,7 @@ bool sweep(bool sample) {
   bool good = true;
   unsigned seed = 1;
   int i = 0;
-  for (const std::string& c : every_case())
+  for (const std::string& c : vrx_test_tri_cases())
     for (bool solve : {true, false})
       for (const extent& e : extents) {
         if (sample && (seed++ % 5) != 0) continue;
@@ -162,7 +151,7 @@ bool edges() {
     }
   // A zero on the diagonal: the solve is not stopped and yields non-finite values.
   for (const char* c : {"LUNN", "RLNN"}) {
-    vrx_test_triangular<T> p = vrx_test_make_triangular<T>(c, 60, 50, scalar<T>(1, 0), 4);
+    vrx_test_triangular<T> p = vrx_test_make_triangular<T>(c, 60, 50, vrx_test_scalar<T>(1, 0), 4);
     p.a[5 + 5 * p.lda] = T{};
     const std::vector<T> b = call(p, true);
     bool finite = true;
@@ -192,6 +181,31 @@ int split() {
   return 0;
 }
 
+// |x - y| <= 64 order eps (|A| |B|) elementwise, |A| |B| bounded by order max|a| max|b|.
+int cooperate() {
+  vrx_tri_trace* trace = vrx_tri_trace_record();
+  for (int64_t order : {2500, 2501}) {
+    *trace = vrx_tri_trace{};
+    const vrx_test_triangular<double> p = vrx_test_make_triangular<double>("LLNN", order, 257, 0.5, 5);
+    const std::vector<double> team = call(p, false);
+    std::vector<double> alone = p.b;
+    const vrx_int m = p.m, n = p.n, lda = p.lda, ldb = p.ldb;
+    vrx_blas_dtrmm_sequential(&p.side, &p.uplo, &p.trans, &p.diag, &m, &n, &p.alpha, p.a.data(), &lda,
+                              alone.data(), &ldb);
+    double amax = 0, bmax = 0, worst = 0;
+    for (int64_t j = 0; j < order; ++j)
+      for (int64_t i = j; i < order; ++i) amax = std::fmax(amax, std::fabs(p.a[i + j * lda]));
+    for (double x : p.b) bmax = std::fmax(bmax, std::fabs(x));
+    for (std::size_t e = 0; e < team.size(); ++e) worst = std::fmax(worst, std::fabs(team[e] - alone[e]));
+    if (!(worst <= 64.0 * order * DBL_EPSILON * order * amax * bmax)) {
+      std::printf("order %lld: team and sequential differ by %g\n", (long long)order, worst);
+      return 1;
+    }
+    std::printf("order %lld: forks %d team mode %d\n", (long long)order, trace->forks, trace->team_mode);
+  }
+  return 0;
+}
+
 template <typename T>
 int run(const std::string& mode) {
   bool good;
@@ -216,6 +230,7 @@ int main(int argc, char** argv) {
   if (argc != 3) return 2;
   const std::string mode = argv[2];
   if (mode == "split") return split();
+  if (mode == "cooperate") return cooperate();
   switch (argv[1][0]) {
     case 'S':
       return run<float>(mode);

@@ -102,10 +102,7 @@ void fork_team(const tri_problem<T>* p, vrx_int r0, vrx_int s, T alpha) {
   trace.team_mode = static_cast<int>(team.team_mode);
   if (!ops.fallback) {  // no operations for this type: one thread, no packing
     const vrx_tri_codes codes = p->codes;
-    if (p->kind == VRX_L3_TRSM)
-      vrx_l3_trsm_unpacked(codes, m, n, alpha, av.data, p->lda, bv.data, p->ldb);
-    else
-      vrx_l3_trmm_unpacked(codes, m, n, alpha, av.data, p->lda, bv.data, p->ldb);
+    vrx_tri_unpacked(p->kind, codes, m, n, alpha, av.data, p->lda, bv.data, p->ldb);
     return;
   }
   vrx_l3_blocking<T> shared{};
@@ -163,14 +160,6 @@ struct entry_step {
   }
 };
 
-template <typename T>
-void unpacked(std::uint32_t kind, vrx_tri_codes codes, vrx_int m, vrx_int n, T alpha, const T* a, vrx_int lda,
-              T* b, vrx_int ldb) {
-  if (kind == VRX_L3_TRSM)
-    vrx_l3_trsm_unpacked(codes, m, n, alpha, a, lda, b, ldb);
-  else
-    vrx_l3_trmm_unpacked(codes, m, n, alpha, a, lda, b, ldb);
-}
 }  // namespace
 
 vrx_tri_trace* vrx_tri_trace_record() { return &trace; }
@@ -261,7 +250,7 @@ void vrx_tri_sequential(std::uint32_t kind, const char* side, const char* uplo, 
   vrx_l3_init_shape_for<T>(cpu, nullptr, &shape);
   if (!vrx_l3_init_ops_with(vrx_l3_kernels_for<T>(cpu), &call, &av, &bv, &bv, &shape, &ops) || *m < ops.min_m ||
       *n < ops.min_n) {
-    unpacked(kind, codes, *m, *n, *alpha, a, *lda, b, *ldb);
+    vrx_tri_unpacked(kind, codes, *m, *n, *alpha, a, *lda, b, *ldb);
     return;
   }
   ops.driver(&call, &av, &bv, &bv, nullptr, &ops);

@@ -91,10 +91,7 @@ void fallback(const vrx_l3_call<T>* call, const vrx_l3_view<T>* a, const vrx_l3_
   const vrx_tri_codes codes = vrx_tri_codes_of(call);
   const T* a0 = a->address(0, 0, a);
   T* b0 = c->address(0, 0, c);
-  if (call->kind == VRX_L3_TRSM)
-    vrx_l3_trsm_unpacked(codes, c->rows, c->cols, call->alpha, a0, a->ld, b0, c->ld);
-  else
-    vrx_l3_trmm_unpacked(codes, c->rows, c->cols, call->alpha, a0, a->ld, b0, c->ld);
+  vrx_tri_unpacked(call->kind, codes, c->rows, c->cols, call->alpha, a0, a->ld, b0, c->ld);
 }
 
 template <typename T>
@@ -110,6 +107,15 @@ vrx_l3_pack_fn<T> diagonal_pack(bool forward, bool unit) {
   return unit ? pack_diag<T, Solve, Left, false, true> : pack_diag<T, Solve, Left, false, false>;
 }
 }  // namespace
+
+template <typename T>
+void vrx_tri_unpacked(std::uint32_t kind, vrx_tri_codes codes, vrx_int m, vrx_int n, T alpha, const T* a,
+                      vrx_int lda, T* b, vrx_int ldb) {
+  if (kind == VRX_L3_TRSM)
+    vrx_l3_trsm_unpacked(codes, m, n, alpha, a, lda, b, ldb);
+  else
+    vrx_l3_trmm_unpacked(codes, m, n, alpha, a, lda, b, ldb);
+}
 
 template <typename T>
 int vrx_tri_fill(std::uint32_t kind, const vrx_l3_kernels<T>* kernels, const vrx_l3_call<T>* call,
@@ -147,8 +153,10 @@ int vrx_tri_fill(std::uint32_t kind, const vrx_l3_kernels<T>* kernels, const vrx
   return 1;
 }
 
-#define VRX_INSTANTIATE(T)                                                                  \
-  template int vrx_tri_fill(std::uint32_t, const vrx_l3_kernels<T>*, const vrx_l3_call<T>*, \
+#define VRX_INSTANTIATE(T)                                                                                   \
+  template void vrx_tri_unpacked(std::uint32_t, vrx_tri_codes, vrx_int, vrx_int, T, const T*, vrx_int, T*,     \
+                                 vrx_int);                                                                     \
+  template int vrx_tri_fill(std::uint32_t, const vrx_l3_kernels<T>*, const vrx_l3_call<T>*,                    \
                             const vrx_l3_view<T>*, vrx_l3_ops<T>*);
 VRX_L3_EACH_TYPE(VRX_INSTANTIATE)
 #undef VRX_INSTANTIATE

@@ -31,6 +31,11 @@ vrx_tri_codes vrx_tri_codes_of(const vrx_l3_call<T>* call);
 // op(A) lower for side L, upper for side R.
 inline bool vrx_tri_forward(vrx_tri_codes c) { return (c.side != 1) == ((c.uplo == 1) == (c.trans == 0)); }
 
+// The allocation-free kernel of the kind (VRX_L3_TRSM or VRX_L3_TRMM).
+template <typename T>
+void vrx_tri_unpacked(std::uint32_t kind, vrx_tri_codes codes, vrx_int m, vrx_int n, T alpha, const T* a,
+                      vrx_int lda, T* b, vrx_int ldb);
+
 // The filler of both kinds: the GEMM packs and kernel for the coupling blocks, the
 // diagonal pack and the triangle kernel by the A view's flags and the side, the driver
 // and the allocation-free fallback.
