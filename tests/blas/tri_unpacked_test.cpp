@@ -26,8 +26,8 @@ TYPED_TEST_SUITE(TriUnpacked, element_types);
 struct extent {
   int64_t m, n;
 };
-// Orders 1 to 130 on both sides: the 64 leaf, two leaves and a tail, short and tall B.
-const extent extents[] = {{1, 1}, {3, 5}, {16, 16}, {17, 9}, {64, 3}, {65, 66}, {130, 7}, {6, 129}, {260, 2}};
+// Orders 1 to 520 on both sides: the 64 leaf, two leaves and a tail, short and tall B, 513.
+const extent extents[] = {{1, 1}, {3, 5}, {16, 16}, {17, 9}, {64, 3}, {65, 66}, {130, 7}, {6, 129}, {260, 2}, {513, 2}, {3, 520}};
 
 TYPED_TEST(TriUnpacked, EveryCaseAgainstWideReference) {
   typedef TypeParam T;

@@ -65,11 +65,8 @@ void product_leaf(vrx_tri_codes c, vrx_int m, vrx_int n, T alpha, const T* a, vr
     T* bj = base + j * ldb;
     const T d = unit ? alpha : alpha * vrx_tri_op_at(a, lda, c.trans, conj, j, j);
     for (vrx_int i = 0; i < rows; ++i) bj[i] = d * bj[i];
-    for (vrx_int l = l_begin; l < l_end; ++l) {
-      const T coef = alpha * vrx_tri_op_at(a, lda, c.trans, conj, l, j);
-      const T* bl = base + l * ldb;
-      for (vrx_int i = 0; i < rows; ++i) bj[i] += coef * bl[i];
-    }
+    vrx_tri_add_columns(rows, bj, base, ldb, l_begin, l_end,
+                        [&](vrx_int l) { return alpha * vrx_tri_op_at(a, lda, c.trans, conj, l, j); });
   });
 }
 }  // namespace

@@ -74,11 +74,8 @@ void solve_leaf(vrx_tri_codes c, vrx_int m, vrx_int n, T alpha, const T* a, vrx_
     T* bj = base + j * ldb;
     if (scaled)
       for (vrx_int i = 0; i < rows; ++i) bj[i] = alpha * bj[i];
-    for (vrx_int l = l_begin; l < l_end; ++l) {
-      const T coef = vrx_tri_op_at(a, lda, c.trans, conj, l, j);
-      const T* xl = base + l * ldb;
-      for (vrx_int i = 0; i < rows; ++i) bj[i] -= coef * xl[i];
-    }
+    vrx_tri_add_columns(rows, bj, base, ldb, l_begin, l_end,
+                        [&](vrx_int l) { return -vrx_tri_op_at(a, lda, c.trans, conj, l, j); });
     if (!unit)
       for (vrx_int i = 0; i < rows; ++i) bj[i] = bj[i] * inv[j];
   });

@@ -73,6 +73,27 @@ constexpr vrx_int vrx_tri_columns = 4;
 // Rows of B that side-R leaves take at a time, so that the columns in play stay in cache.
 constexpr vrx_int vrx_tri_row_chunk = 256;
 
+// bj += sum over l in [l_begin, l_end) of coef(l) times column l of `base` (rows long,
+// leading dimension ld), four columns at a time so that bj is loaded once per four.
+template <typename T, typename Coef>
+inline void vrx_tri_add_columns(vrx_int rows, T* __restrict bj, const T* base, vrx_int ld, vrx_int l_begin,
+                                vrx_int l_end, Coef&& coef) {
+  vrx_int l = l_begin;
+  for (; l + 4 <= l_end; l += 4) {
+    const T c0 = coef(l), c1 = coef(l + 1), c2 = coef(l + 2), c3 = coef(l + 3);
+    const T* __restrict x0 = base + l * ld;
+    const T* __restrict x1 = x0 + ld;
+    const T* __restrict x2 = x1 + ld;
+    const T* __restrict x3 = x2 + ld;
+    for (vrx_int i = 0; i < rows; ++i) bj[i] += (c0 * x0[i] + c1 * x1[i]) + (c2 * x2[i] + c3 * x3[i]);
+  }
+  for (; l < l_end; ++l) {
+    const T c = coef(l);
+    const T* __restrict x = base + l * ld;
+    for (vrx_int i = 0; i < rows; ++i) bj[i] += c * x[i];
+  }
+}
+
 // The walk of a side-R leaf of order n over B (m rows): rows in chunks, columns j in
 // order (from the last when `backward`), each with the range [l_begin, l_end) of the
 // columns on op(A)'s side of the diagonal. body(base, rows, j, l_begin, l_end), base
