@@ -97,3 +97,14 @@ TEST(SyrkEnv, EveryRoadAgainstWiderReferenceWithItsTrace) {
     }
 }
 }  // namespace
+
+namespace {
+// k = 20 n on both sides of order 499 (against DGEMM's product, as the wide reference
+// would take too long): the split of k up to 499, bands of tiles from 500 on.
+TEST(SyrkEnv, SplitOfKUpToOrder499) {
+  const vrx_child_result r = vrx_test_run(vrx_test_driver("syrk_driver"), {"border"},
+                                          {{"VRX_DEBUG_CPU_TYPE", "3"}, {"VRX_NUM_THREADS", "2"}, {"VRX_DYNAMIC", "false"}});
+  EXPECT_EQ(r.exit_status, 0);
+  EXPECT_EQ(r.output, "499 9980 5c1w1\n500 10000 7c1\nok\n");
+}
+}  // namespace

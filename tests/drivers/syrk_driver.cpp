@@ -6,9 +6,14 @@
 //   syrk_driver LETTER [refuse|nobuffer]
 //     refuse: every scratch allocation of the level-3 routines fails; nobuffer: only
 //     the 131072-byte copy buffer of the sequential pass does.
+//   syrk_driver border
+//     DSYRK on both sides of n = 499 with k = 20 n, checked against DGEMM's product
+//     (too large for the wide reference); prints "N K ROAD" per shape, then "ok".
 // Prints one line per shape, "N K ROAD ROAD2" with the road each form took (see
 // vrx_syrk_trace: the number, then c0/c1 whether the copy buffer was had, w0/w1 the
 // workspace), then "ok COUNT" and exits 0, or what went wrong and exits 1.
+#include <cfloat>
+#include <cmath>
 #include <cstdio>
 #include <cstring>
 #include <string>
@@ -90,8 +95,44 @@ int run() {
 }
 }  // namespace
 
+// One triangle of DSYRK against the same triangle of DGEMM's A A^T: both within the
+// rounding of a k-term sum; the other triangle untouched.
+int border() {
+  bool good = true;
+  const struct {
+    int64_t n, k;
+    char uplo;
+  } cases[] = {{499, 9980, 'L'}, {500, 10000, 'U'}};
+  for (const auto& s : cases) {
+    const vrx_test_rank_update<double> u =
+        vrx_test_make_rank_update<double>(false, false, s.uplo, 'N', s.n, s.k, 0.5, -1.0, 5);
+    const std::vector<double> c = vrx_test_rank_update_run(u);
+    const std::string trace = trace_text();
+    std::vector<double> g = u.c;
+    const vrx_int n = s.n, k = s.k, lda = u.lda, ldc = u.ldc;
+    vrx_blas_dgemm("N", "T", &n, &n, &k, &u.alpha, u.a.data(), &lda, u.a.data(), &lda, &u.beta, g.data(), &ldc);
+    const double limit = 4.0 * (2 * s.k + 2) * DBL_EPSILON * (0.5 * s.k + 1.0);
+    int64_t bad = 0;
+    for (int64_t j = 0; j < s.n; ++j)
+      for (int64_t i = 0; i < u.ldc; ++i) {
+        const std::size_t at = static_cast<std::size_t>(i + j * u.ldc);
+        const bool stored = i < s.n && (s.uplo == 'L' ? i >= j : i <= j);
+        if (stored ? !(std::fabs(c[at] - g[at]) <= limit) : std::memcmp(&c[at], &u.c[at], sizeof(double)) != 0) ++bad;
+      }
+    if (bad) {
+      std::printf("n %lld: %lld elements wrong\n", (long long)s.n, (long long)bad);
+      good = false;
+    }
+    std::printf("%lld %lld %s\n", (long long)s.n, (long long)s.k, trace.c_str());
+  }
+  if (!good) return 1;
+  std::printf("ok\n");
+  return 0;
+}
+
 int main(int argc, char** argv) {
   if (argc < 2) return 2;
+  if (std::strcmp(argv[1], "border") == 0) return border();
   if (argc > 2 && std::strcmp(argv[2], "refuse") == 0) vrx_l3_scratch_alloc = refuse;
   if (argc > 2 && std::strcmp(argv[2], "nobuffer") == 0) vrx_l3_scratch_alloc = refuse_copy_buffer;
   switch (argv[1][0]) {
