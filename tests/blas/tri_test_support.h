@@ -43,6 +43,32 @@ inline T vrx_test_tri_alpha(int i) {
   }
 }
 
+// The members of the two families by precision: the published names and the classic road.
+template <typename T>
+struct vrx_test_tri_members;
+template <>
+struct vrx_test_tri_members<float> {
+  static constexpr vrx_trsm_fn<float> solve = STRSM, product = STRMM;
+  static constexpr vrx_trsm_fn<float> solve_classic = vrx_blas_strsm_classic, product_classic = vrx_blas_strmm_classic;
+};
+template <>
+struct vrx_test_tri_members<double> {
+  static constexpr vrx_trsm_fn<double> solve = DTRSM, product = DTRMM;
+  static constexpr vrx_trsm_fn<double> solve_classic = vrx_blas_dtrsm_classic, product_classic = vrx_blas_dtrmm_classic;
+};
+template <>
+struct vrx_test_tri_members<vrx_complex_float> {
+  static constexpr vrx_trsm_fn<vrx_complex_float> solve = CTRSM, product = CTRMM;
+  static constexpr vrx_trsm_fn<vrx_complex_float> solve_classic = vrx_blas_ctrsm_classic,
+                                                  product_classic = vrx_blas_ctrmm_classic;
+};
+template <>
+struct vrx_test_tri_members<vrx_complex_double> {
+  static constexpr vrx_trsm_fn<vrx_complex_double> solve = ZTRSM, product = ZTRMM;
+  static constexpr vrx_trsm_fn<vrx_complex_double> solve_classic = vrx_blas_ztrsm_classic,
+                                                   product_classic = vrx_blas_ztrmm_classic;
+};
+
 // Runs `kernel` on a fresh problem and answers the number of wrong elements.
 template <typename T>
 inline int64_t vrx_test_tri_run(vrx_test_tri_kernel<T> kernel, bool solve, const std::string& c, int64_t m, int64_t n,

@@ -14,29 +14,11 @@
 
 namespace {
 template <typename T>
-struct members;
-template <>
-struct members<float> {
-  static constexpr vrx_trsm_fn<float> solve = vrx_blas_strsm_classic, product = vrx_blas_strmm_classic;
-};
-template <>
-struct members<double> {
-  static constexpr vrx_trsm_fn<double> solve = vrx_blas_dtrsm_classic, product = vrx_blas_dtrmm_classic;
-};
-template <>
-struct members<vrx_complex_float> {
-  static constexpr vrx_trsm_fn<vrx_complex_float> solve = vrx_blas_ctrsm_classic, product = vrx_blas_ctrmm_classic;
-};
-template <>
-struct members<vrx_complex_double> {
-  static constexpr vrx_trsm_fn<vrx_complex_double> solve = vrx_blas_ztrsm_classic, product = vrx_blas_ztrmm_classic;
-};
-
-template <typename T>
 void through_road(bool solve, const vrx_test_triangular<T>& p, std::vector<T>* b) {
   const vrx_int m = p.m, n = p.n, lda = p.lda, ldb = p.ldb;
-  (solve ? members<T>::solve : members<T>::product)(&p.side, &p.uplo, &p.trans, &p.diag, &m, &n, &p.alpha,
-                                                     p.a.data(), &lda, b->data(), &ldb);
+  const vrx_trsm_fn<T> road =
+      solve ? vrx_test_tri_members<T>::solve_classic : vrx_test_tri_members<T>::product_classic;
+  road(&p.side, &p.uplo, &p.trans, &p.diag, &m, &n, &p.alpha, p.a.data(), &lda, b->data(), &ldb);
 }
 
 struct call {
