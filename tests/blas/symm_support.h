@@ -118,6 +118,16 @@ int64_t symm_bad_elements(const symm_case<T>& s, const std::vector<T>& c, int64_
   return vrx_test_gemm_bad_elements(q, got);
 }
 
+// NaN in A, B and the m by n block of C: for alpha = 0 with beta = 0, which reads none.
+template <typename T>
+void symm_poison(symm_case<T>* s) {
+  for (T& x : s->stored) x = symm_nan<T>();
+  for (T& x : s->expanded.a) x = symm_nan<T>();
+  for (T& x : s->expanded.b) x = symm_nan<T>();
+  for (int64_t j = 0; j < s->expanded.n; ++j)
+    for (int64_t i = 0; i < s->expanded.m; ++i) s->expanded.c[i + j * s->expanded.ldc] = symm_nan<T>();
+}
+
 template <typename T>
 bool symm_any_nan(const std::vector<T>& c) {
   for (const T& x : c)

@@ -190,11 +190,7 @@ TYPED_TEST(SymmTyped, AlphaZeroNeverReadsTheOperands) {
     for (char side : {'L', 'R'})
       for (const extent e : {extent{5, 6}, extent{30, 40}}) {
         symm_case<T> s = symm_make_case<T>(side, 'U', hermitian, e.m, e.n, T{}, T{}, 3);
-        for (T& x : s.stored) x = symm_nan<T>();
-        for (T& x : s.expanded.a) x = symm_nan<T>();
-        for (T& x : s.expanded.b) x = symm_nan<T>();
-        for (int64_t j = 0; j < e.n; ++j)
-          for (int64_t i = 0; i < e.m; ++i) s.expanded.c[i + j * s.expanded.ldc] = symm_nan<T>();
+        symm_poison(&s);
         const std::vector<T> c = published(s);
         for (int64_t j = 0; j < e.n; ++j)
           for (int64_t i = 0; i < e.m; ++i) EXPECT_TRUE(vrx_traits<T>::is_zero(c[i + j * s.expanded.ldc]));

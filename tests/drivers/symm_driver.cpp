@@ -7,9 +7,10 @@
 //     a product large enough for the cooperating team
 // Runs both sides and triangles on both sides of the sequential threshold and of the
 // team's layouts (rows, columns, grid, split of k, on request the cooperating team),
-// each product twice. Prints "roads R..." (the roads the calls took, by trace code),
-// "refused yes|no" (whether a scratch allocation was refused), then "ok HASH" (HASH of
-// every result's bits) and exits 0, or prints what went wrong and exits 1.
+// each product twice; alpha = 0 with NaN in A, B and C. Prints "roads R..." (the roads
+// the calls took, by trace code), "refused yes|no" (whether a scratch allocation was
+// refused), then "ok HASH" (HASH of every result's bits) and exits 0, or prints what
+// went wrong and exits 1.
 #include <cstdio>
 #include <cstring>
 #include <set>
@@ -44,9 +45,12 @@ uint64_t hash_bytes(uint64_t h, const void* data, std::size_t bytes) {
   return h;
 }
 
+// poison: NaN in A, B and C, for alpha = 0 with beta = 0.
 template <typename T>
-bool check(bool hermitian, char uplo, shape s, T alpha, T beta, unsigned seed, std::set<int>* roads, uint64_t* hash) {
-  const symm_case<T> c = symm_make_case<T>(s.side, uplo, hermitian, s.m, s.n, alpha, beta, seed);
+bool check(bool hermitian, char uplo, shape s, T alpha, T beta, unsigned seed, std::set<int>* roads, uint64_t* hash,
+           bool poison = false) {
+  symm_case<T> c = symm_make_case<T>(s.side, uplo, hermitian, s.m, s.n, alpha, beta, seed);
+  if (poison) symm_poison(&c);
   const symm_fn<T> fn = hermitian ? symm_published<T>::hemm : symm_published<T>::symm;
   const std::vector<T> got = symm_run<T>(fn, c);
   roads->insert(vrx_symm_last_trace().road);
@@ -81,6 +85,7 @@ int run(bool without_memory, bool with_cooperating) {
     for (const shape& s : shapes)
       for (char uplo : {'U', 'L'}) good = check<T>(hermitian, uplo, s, alpha, beta, seed++, &roads, &hash) && good;
     good = check<T>(hermitian, 'L', {'R', 30, 20, 1}, T{}, beta, seed++, &roads, &hash) && good;
+    good = check<T>(hermitian, 'U', {'L', 40, 30, 1}, T{}, T{}, seed++, &roads, &hash, true) && good;
     good = check<T>(hermitian, 'U', {'L', 120, 40, 3}, symm_scalar<T>(1.0, 0.0), T{}, seed++, &roads, &hash) && good;
   }
   if (!good) return 1;
