@@ -15,7 +15,7 @@ struct setting {
   const char* cpu;
   const char* threads;
   const char* memory;  // driver argument, or null
-  const char* cbwr;    // VRX_CBWR, or null
+  const char* extra;   // one more variable, "NAME=VALUE", or null
   const char* letters;
   const char* roads;  // the shape lines the driver prints, joined by '|'
 };
@@ -33,7 +33,7 @@ const char reproducible_roads[] =
 const setting settings[] = {
     {"0", "3", nullptr, nullptr, "SC",
      reproducible_roads},
-    {"4", "3", nullptr, "COMPATIBLE", "D",
+    {"4", "3", nullptr, "VRX_CBWR=COMPATIBLE", "D",
      reproducible_roads},
     {"2", "2", nullptr, nullptr, "Z",
      "16 16 1c1 1c1|17 5 7c1 7c1|5 17 6c1 6c1|4 40 4 4|15 300 6c1 6c1|20 399 7c1 7c1|20 400 5c1w1 5c1w1|"
@@ -50,6 +50,9 @@ const setting settings[] = {
      team_roads},
     {"7", "3", nullptr, nullptr, "DZ",
      team_roads},
+    // The runtime delivers 2 of the 5 threads asked for.
+    {"0", "5", nullptr, "OMP_THREAD_LIMIT=2", "D", reproducible_roads},
+    {"7", "5", nullptr, "OMP_THREAD_LIMIT=2", "Z", team_roads},
     {"7", "8", nullptr, nullptr, "C",
      team_roads},
     // Without scratch: the team's shared buffer, the driver's blocks, the copy buffer and
@@ -83,12 +86,15 @@ TEST(SyrkEnv, EveryRoadAgainstWiderReferenceWithItsTrace) {
     for (const char* letter = s.letters; *letter; ++letter) {
       const std::string name = std::string(1, *letter);
       SCOPED_TRACE(name + " type " + s.cpu + " threads " + s.threads + (s.memory ? std::string(" ") + s.memory : "") +
-                   (s.cbwr ? std::string(" ") + s.cbwr : ""));
+                   (s.extra ? std::string(" ") + s.extra : ""));
       std::vector<std::string> args = {name};
       if (s.memory) args.push_back(s.memory);
       std::vector<std::pair<std::string, std::string>> env = {
           {"VRX_DEBUG_CPU_TYPE", s.cpu}, {"VRX_NUM_THREADS", s.threads}, {"VRX_DYNAMIC", "false"}};
-      if (s.cbwr) env.push_back({"VRX_CBWR", s.cbwr});
+      if (s.extra) {
+        const std::string extra = s.extra;
+        env.push_back({extra.substr(0, extra.find('=')), extra.substr(extra.find('=') + 1)});
+      }
       const vrx_child_result r = vrx_test_run(vrx_test_driver("syrk_driver"), args, env);
       EXPECT_EQ(r.exit_status, 0) << r.output;
       EXPECT_EQ(joined_lines(r.output, 10), s.roads) << r.output;

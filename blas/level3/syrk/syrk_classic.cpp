@@ -9,8 +9,8 @@
 #include "service/vrx_serv.h"
 
 namespace {
-// Tiles of the classic fork: bands start on multiples of this.
-constexpr vrx_int band_align = 64;
+// Bands of the classic fork start on multiples of this.
+constexpr vrx_int band_align = 8;
 
 // The GEMM entry of T (it forks by itself).
 template <typename T>
@@ -64,16 +64,11 @@ void reproducible(const vrx_syrk_problem<T>* p, int t) {
   vrx_syrk_note(VRX_SYRK_REPRODUCIBLE, t);
 #pragma omp parallel num_threads(t)
   {
-    const vrx_l3_part block = vrx_l3_cut(p->n, t, omp_get_thread_num());
-    if (omp_get_num_threads() == 1) {
-      for (int i = 0; i < t; ++i) {
-        const vrx_l3_part each = vrx_l3_cut(p->n, t, i);
-        const vrx_syrk_problem<T> q = diagonal_block(p, each.start, each.count);
-        if (each.count > 0) vrx_syrk_sequential(&q);
-      }
-    } else if (block.count > 0) {
+    // The blocks are those of t threads whatever the runtime delivers.
+    for (int i = omp_get_thread_num(); i < t; i += omp_get_num_threads()) {
+      const vrx_l3_part block = vrx_l3_cut(p->n, t, i);
       const vrx_syrk_problem<T> q = diagonal_block(p, block.start, block.count);
-      vrx_syrk_sequential(&q);
+      if (block.count > 0) vrx_syrk_sequential(&q);
     }
   }
   for (int i = 0; i < t; ++i) {
