@@ -25,33 +25,39 @@ double bench_thread_cpu_now() { return seconds_of(CLOCK_THREAD_CPUTIME_ID); }
 
 void bench_settle() { std::this_thread::sleep_for(std::chrono::milliseconds(300)); }
 
-std::vector<bench_peer> bench_load_peers() {
-  std::vector<bench_peer> peers;
+std::vector<bench_peer_library> bench_open_peers(int threads) {
+  std::vector<bench_peer_library> libraries;
   // Peers read their settings when loaded: give each its best configuration here.
+  const std::string count = std::to_string(threads);
   unsetenv("OPENBLAS_CORETYPE");
   unsetenv("OPENBLAS_L2_SIZE");
-  setenv("OPENBLAS_NUM_THREADS", "1", 1);
+  setenv("OPENBLAS_NUM_THREADS", count.c_str(), 1);
   setenv("BLIS_ARCH_TYPE", "0", 1);
-  setenv("BLIS_NUM_THREADS", "1", 1);
+  setenv("BLIS_NUM_THREADS", count.c_str(), 1);
   struct candidate {
     const char* name;
     const char* path;
   };
   const candidate candidates[] = {{"OpenBLAS", VRX_PEER_OPENBLAS}, {"BLIS", VRX_PEER_BLIS}};
   for (const candidate& c : candidates) {
-    bench_peer peer{c.name, nullptr};
-    if (c.path[0] != '\0') {
-      void* handle = dlopen(c.path, RTLD_NOW | RTLD_LOCAL);
-      if (handle) {
-        peer.dgemm = reinterpret_cast<bench_cblas_dgemm_fn>(dlsym(handle, "cblas_dgemm"));
-        // One thread, whatever the OpenMP runtime would otherwise give them.
-        typedef void (*set_threads_fn)(int);
-        for (const char* setter : {"openblas_set_num_threads", "bli_thread_set_num_threads"})
-          if (auto set = reinterpret_cast<set_threads_fn>(dlsym(handle, setter))) set(1);
-      }
+    void* handle = c.path[0] != '\0' ? dlopen(c.path, RTLD_NOW | RTLD_LOCAL) : nullptr;
+    if (handle) {
+      // The thread count asked for, whatever the OpenMP runtime would otherwise give them.
+      typedef void (*set_threads_fn)(int);
+      for (const char* setter : {"openblas_set_num_threads", "bli_thread_set_num_threads"})
+        if (auto set = reinterpret_cast<set_threads_fn>(dlsym(handle, setter))) set(threads);
     }
-    peers.push_back(peer);
+    libraries.push_back({c.name, handle});
   }
+  return libraries;
+}
+
+std::vector<bench_peer> bench_load_peers() {
+  std::vector<bench_peer> peers;
+  for (const bench_peer_library& library : bench_open_peers(1))
+    peers.push_back({library.name, library.handle ? reinterpret_cast<bench_cblas_dgemm_fn>(
+                                                        dlsym(library.handle, "cblas_dgemm"))
+                                                  : nullptr});
   return peers;
 }
 

@@ -59,6 +59,13 @@ struct bench_peer {
 // OpenBLAS and BLIS from Debian's packages, each set to one thread and to its best
 // kernels on this machine (OpenBLAS without its core-type override, BLIS with arch 0).
 std::vector<bench_peer> bench_load_peers();
+// The same libraries set to `threads` threads, for any entry through dlsym; a library
+// that is not installed has a null handle.
+struct bench_peer_library {
+  const char* name;
+  void* handle;
+};
+std::vector<bench_peer_library> bench_open_peers(int threads);
 
 // Single-core peak in GFLOPS of a loop of independent vector operations.
 struct bench_peaks {
