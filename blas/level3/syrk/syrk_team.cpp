@@ -41,21 +41,31 @@ vrx_l3_part column_chunk(vrx_int n, vrx_int t, vrx_int i) {
 }
 
 // C(i, j) := beta C(i, j) + W(i, j) + W(j, i) (conjugated when Hermitian) over the
-// triangle's rows of columns [j0, j0 + count).
+// triangle's rows of columns [j0, j0 + count), in square tiles so that the transposed
+// reads of W stay in cache.
 template <typename T>
 void add_symmetrized(const vrx_l3_call<T>* call, const vrx_l3_view<T>* c, const T* w, vrx_int n, vrx_l3_part cols) {
   typedef vrx_traits<T> tr;
+  constexpr vrx_int tile = 64;
   const bool lower = vrx_blas_uplo_code(call->uplo) == 1, hermitian = vrx_l3_hermitian_result(call);
   const T beta = call->beta;
-  for (vrx_int j = cols.start; j < cols.start + cols.count; ++j) {
-    T* cj = c->address(0, j, c);
-    const vrx_int first = lower ? j : 0, end = lower ? n : j + 1;
-    for (vrx_int i = first; i < end; ++i) {
-      const T wt = hermitian ? tr::conj(w[j + i * n]) : w[j + i * n];
-      const T sum = w[i + j * n] + wt;
-      cj[i] = tr::is_zero(beta) ? sum : (tr::is_one(beta) ? cj[i] + sum : beta * cj[i] + sum);
+  const vrx_int j_end = cols.start + cols.count;
+  for (vrx_int jt = cols.start; jt < j_end; jt += tile) {
+    const vrx_int jt_end = jt + tile < j_end ? jt + tile : j_end;
+    const vrx_int rows_from = lower ? jt : 0, rows_to = lower ? n : jt_end;
+    for (vrx_int it = rows_from; it < rows_to; it += tile) {
+      const vrx_int it_end = it + tile < rows_to ? it + tile : rows_to;
+      for (vrx_int j = jt; j < jt_end; ++j) {
+        T* cj = c->address(0, j, c);
+        const vrx_int first = lower ? (it > j ? it : j) : it, end = lower ? it_end : (it_end < j + 1 ? it_end : j + 1);
+        for (vrx_int i = first; i < end; ++i) {
+          const T wt = hermitian ? tr::conj(w[j + i * n]) : w[j + i * n];
+          const T sum = w[i + j * n] + wt;
+          cj[i] = tr::is_zero(beta) ? sum : (tr::is_one(beta) ? cj[i] + sum : beta * cj[i] + sum);
+        }
+        if (hermitian && j >= first && j < end) cj[j] = tr::make(tr::real_part(cj[j]), 0);
+      }
     }
-    if (hermitian && j >= first && j < end) cj[j] = tr::make(tr::real_part(cj[j]), 0);
   }
 }
 
