@@ -111,11 +111,11 @@ void triangle_columns(bool lower, vrx_int kb, T beta, vrx_int jb, vrx_int j, vrx
     if (first < l) first = l;
     if (end > h) end = h;
     T* cj = c0 + (j + jj) * ldc;
-    const T* xj = buf.cross + jj * buf.ldx - l;
+    const T* xj = buf.cross + jj * buf.ldx;  // row l of the block at xj[0]
     if (vrx_traits<T>::is_zero(beta))
-      for (vrx_int i = first; i < end; ++i) cj[i] = xj[i];
+      for (vrx_int i = first; i < end; ++i) cj[i] = xj[i - l];
     else
-      for (vrx_int i = first; i < end; ++i) cj[i] += xj[i];
+      for (vrx_int i = first; i < end; ++i) cj[i] += xj[i - l];
   }
 }
 
