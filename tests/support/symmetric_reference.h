@@ -150,37 +150,40 @@ int64_t vrx_test_rank_update_bad_elements(const vrx_test_rank_update<T>& u, cons
 #include "blas/vrx_blas.h"
 
 namespace vrx_test_detail {
+// The published names and the sequential members of each precision.
 template <typename T>
 struct rank_update_names;
 template <>
 struct rank_update_names<float> {
-  static constexpr vrx_syrk_fn_type<float>* syrk = SSYRK;
-  static constexpr vrx_syr2k_fn_type<float>* syr2k = SSYR2K;
+  static constexpr vrx_syrk_fn_type<float>* syrk[2] = {SSYRK, vrx_blas_ssyrk_sequential};
+  static constexpr vrx_syr2k_fn_type<float>* syr2k[2] = {SSYR2K, vrx_blas_ssyr2k_sequential};
 };
 template <>
 struct rank_update_names<double> {
-  static constexpr vrx_syrk_fn_type<double>* syrk = DSYRK;
-  static constexpr vrx_syr2k_fn_type<double>* syr2k = DSYR2K;
+  static constexpr vrx_syrk_fn_type<double>* syrk[2] = {DSYRK, vrx_blas_dsyrk_sequential};
+  static constexpr vrx_syr2k_fn_type<double>* syr2k[2] = {DSYR2K, vrx_blas_dsyr2k_sequential};
 };
 template <>
 struct rank_update_names<vrx_complex_float> {
-  static constexpr vrx_syrk_fn_type<vrx_complex_float>* syrk = CSYRK;
-  static constexpr vrx_syr2k_fn_type<vrx_complex_float>* syr2k = CSYR2K;
-  static constexpr vrx_herk_fn_type<vrx_complex_float>* herk = CHERK;
-  static constexpr vrx_her2k_fn_type<vrx_complex_float>* her2k = CHER2K;
+  static constexpr vrx_syrk_fn_type<vrx_complex_float>* syrk[2] = {CSYRK, vrx_blas_csyrk_sequential};
+  static constexpr vrx_syr2k_fn_type<vrx_complex_float>* syr2k[2] = {CSYR2K, vrx_blas_csyr2k_sequential};
+  static constexpr vrx_herk_fn_type<vrx_complex_float>* herk[2] = {CHERK, vrx_blas_cherk_sequential};
+  static constexpr vrx_her2k_fn_type<vrx_complex_float>* her2k[2] = {CHER2K, vrx_blas_cher2k_sequential};
 };
 template <>
 struct rank_update_names<vrx_complex_double> {
-  static constexpr vrx_syrk_fn_type<vrx_complex_double>* syrk = ZSYRK;
-  static constexpr vrx_syr2k_fn_type<vrx_complex_double>* syr2k = ZSYR2K;
-  static constexpr vrx_herk_fn_type<vrx_complex_double>* herk = ZHERK;
-  static constexpr vrx_her2k_fn_type<vrx_complex_double>* her2k = ZHER2K;
+  static constexpr vrx_syrk_fn_type<vrx_complex_double>* syrk[2] = {ZSYRK, vrx_blas_zsyrk_sequential};
+  static constexpr vrx_syr2k_fn_type<vrx_complex_double>* syr2k[2] = {ZSYR2K, vrx_blas_zsyr2k_sequential};
+  static constexpr vrx_herk_fn_type<vrx_complex_double>* herk[2] = {ZHERK, vrx_blas_zherk_sequential};
+  static constexpr vrx_her2k_fn_type<vrx_complex_double>* her2k[2] = {ZHER2K, vrx_blas_zher2k_sequential};
 };
 }  // namespace vrx_test_detail
 
-// C after the update through its published routine (SYRK, HERK, SYR2K or HER2K of T).
+// C after the update through its published routine (SYRK, HERK, SYR2K or HER2K of T),
+// or through its sequential member.
 template <typename T>
-std::vector<T> vrx_test_rank_update_run(const vrx_test_rank_update<T>& u) {
+std::vector<T> vrx_test_rank_update_run(const vrx_test_rank_update<T>& u, bool sequential = false) {
+  const int at = sequential ? 1 : 0;
   typedef vrx_test_detail::rank_update_names<T> names;
   typedef vrx_traits<T> tr;
   std::vector<T> c = u.c;
@@ -189,12 +192,12 @@ std::vector<T> vrx_test_rank_update_run(const vrx_test_rank_update<T>& u) {
   if constexpr (tr::is_complex) {
     if (u.hermitian) {
       const vrx_real_t<T> beta = tr::real_part(u.beta), alpha = tr::real_part(u.alpha);
-      if (u.two) names::her2k(uplo, trans, &n, &k, &u.alpha, u.a.data(), &lda, u.b.data(), &ldb, &beta, c.data(), &ldc);
-      else names::herk(uplo, trans, &n, &k, &alpha, u.a.data(), &lda, &beta, c.data(), &ldc);
+      if (u.two) names::her2k[at](uplo, trans, &n, &k, &u.alpha, u.a.data(), &lda, u.b.data(), &ldb, &beta, c.data(), &ldc);
+      else names::herk[at](uplo, trans, &n, &k, &alpha, u.a.data(), &lda, &beta, c.data(), &ldc);
       return c;
     }
   }
-  if (u.two) names::syr2k(uplo, trans, &n, &k, &u.alpha, u.a.data(), &lda, u.b.data(), &ldb, &u.beta, c.data(), &ldc);
-  else names::syrk(uplo, trans, &n, &k, &u.alpha, u.a.data(), &lda, &u.beta, c.data(), &ldc);
+  if (u.two) names::syr2k[at](uplo, trans, &n, &k, &u.alpha, u.a.data(), &lda, u.b.data(), &ldb, &u.beta, c.data(), &ldc);
+  else names::syrk[at](uplo, trans, &n, &k, &u.alpha, u.a.data(), &lda, &u.beta, c.data(), &ldc);
   return c;
 }
