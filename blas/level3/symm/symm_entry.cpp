@@ -17,7 +17,7 @@ bool team_road(const char* side, const char* uplo, const vrx_int* m, const vrx_i
   const vrx_int order = vrx_blas_side_code(side) == 1 ? *n : *m;
   vrx_l3_team<T> team;
   const int threads = vrx_l3_team_plan(*m, *n, order, &team);
-  if (threads < 2 || team.road != 2 || !vrx_l3_kernels_for<T>(static_cast<int>(team.cpu))) return false;
+  if (threads < 2 || !vrx_l3_kernels_for<T>(static_cast<int>(team.cpu))) return false;
   const vrx_symm_records<T> r =
       vrx_symm_make_records(HERMITIAN, side, uplo, *m, *n, *alpha, a, *lda, b, *ldb, *beta, c, *ldc);
   vrx_symm_note(VRX_SYMM_ROAD_TEAM, threads);
@@ -33,7 +33,7 @@ void symm_entry(vrx_symm_fn_type<T>* sequential, const char* side, const char* u
   const int road = vrx_blas_dgemm_road();
   // The classic road meets alpha = 0 in its sequential kernel.
   if ((road == 2 || road == 198) && vrx_symm_alpha_zero(*m, *n, *alpha, *beta, c, *ldc)) return;
-  if ((*m >= sequential_below || *n >= sequential_below) &&
+  if (road == 2 && (*m >= sequential_below || *n >= sequential_below) &&
       team_road<T, HERMITIAN>(side, uplo, m, n, alpha, a, lda, b, ldb, beta, c, ldc))
     return;
   sequential(side, uplo, m, n, alpha, a, lda, b, ldb, beta, c, ldc);
