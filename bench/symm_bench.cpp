@@ -29,22 +29,11 @@ struct peer {
 };
 
 std::vector<peer> load_peers(int threads) {
-  const std::string count = std::to_string(threads);
-  unsetenv("OPENBLAS_CORETYPE");
-  setenv("OPENBLAS_NUM_THREADS", count.c_str(), 1);
-  setenv("BLIS_ARCH_TYPE", "0", 1);
-  setenv("BLIS_NUM_THREADS", count.c_str(), 1);
   std::vector<peer> peers;
-  const std::pair<const char*, const char*> candidates[] = {{"OpenBLAS", VRX_PEER_OPENBLAS}, {"BLIS", VRX_PEER_BLIS}};
-  for (const auto& [name, path] : candidates) {
-    void* handle = path[0] ? dlopen(path, RTLD_NOW | RTLD_LOCAL) : nullptr;
-    if (!handle) continue;
-    typedef void (*set_threads_fn)(int);
-    for (const char* setter : {"openblas_set_num_threads", "bli_thread_set_num_threads"})
-      if (auto set = reinterpret_cast<set_threads_fn>(dlsym(handle, setter))) set(threads);
-    peers.push_back({name, reinterpret_cast<fortran_symm_fn<double>>(dlsym(handle, "dsymm_")),
-                     reinterpret_cast<fortran_symm_fn<vrx_complex_double>>(dlsym(handle, "zhemm_"))});
-  }
+  for (const bench_peer_library& library : bench_open_peers(threads))
+    if (library.handle)
+      peers.push_back({library.name, reinterpret_cast<fortran_symm_fn<double>>(dlsym(library.handle, "dsymm_")),
+                       reinterpret_cast<fortran_symm_fn<vrx_complex_double>>(dlsym(library.handle, "zhemm_"))});
   return peers;
 }
 
