@@ -5,8 +5,9 @@
 // one thread and by wall time on more.
 //   syrk_bench [--quick|--full] [CASE]   --quick: order 2000 instead of 4000; CASE 1 to 4
 //   runs that case alone (DSYRK k = n, DSYRK k = 256, DSYR2K, ZHERK)
-// Prints one line per case: "case ours best_peer ratio", speeds in GFLOPS; the lines
-// "...-vs-dgemm" put our DGEMM rate in the peer's column.
+// Prints one line per case: "case ours best_peer ratio", speeds in GFLOPS (the lines
+// "...-vs-dgemm" put our DGEMM rate in the peer's column), each followed by a comment
+// line with our fraction of the measured peak.
 #include <dlfcn.h>
 
 #include <cstdio>
@@ -74,8 +75,12 @@ double gflops(double flops, Body&& body) {
   return flops * 1e-9 / bench_best_seconds(3, body, bench_clock);
 }
 
+// The machine's double-precision peak for the CPU type and thread count (0 if unknown).
+double peak = 0;
+
 void line(const char* name, int n, int k, double ours, double peer) {
   std::printf("%s-n%d-k%d %.2f %.2f %.3f\n", name, n, k, ours, peer, peer > 0 ? ours / peer : 0.0);
+  if (peak > 0) std::printf("# %s-n%d-k%d ours at %.2f of the peak\n", name, n, k, ours / peak);
   std::fflush(stdout);
 }
 
@@ -145,8 +150,9 @@ int main(int argc, char** argv) {
   const int threads = vrx_serv_domain_get_max_threads(VRX_DOMAIN_BLAS);
   const std::vector<peer> peers = load_peers(threads);
   if (threads == 1) bench_clock = bench_thread_cpu_now;
-  const int n = quick ? 2000 : 4000;
-  std::printf("# CPU type %d, %d threads\ncase ours best_peer ratio\n", vrx_serv_cpu_detect(), threads);
+  const int n = quick ? 2000 : 4000, cpu = vrx_serv_cpu_detect();
+  peak = threads * (cpu >= VRX_CPU_AVX2 ? bench_fma_peak_cpu_time(cpu, false) : bench_measure_peak_for_type(cpu));
+  std::printf("# CPU type %d, %d threads, peak %.1f GFLOPS\ncase ours best_peer ratio\n", cpu, threads, peak);
   const auto wanted = [&](int number) { return !only || std::atoi(only) == number; };
   if (wanted(1)) dsyrk_case(peers, n, n);
   if (wanted(2)) dsyrk_case(peers, n, 256);
