@@ -15,7 +15,7 @@ enum : std::uint32_t {
 
 // Diagonal blocks of at most this order are solved (or multiplied) by the triangle
 // kernel; larger ones are halved at multiples of it, the coupling block going to GEMM.
-constexpr vrx_int vrx_tri_leaf = 32;
+constexpr vrx_int vrx_tri_leaf = 24;
 
 // View of op(A) over the triangle of order s, with the triangle flags.
 template <typename T>
