@@ -1,23 +1,13 @@
 // The operations table of the level-3 driver, filled per kind of product. Each kind
-// brings its own filler; GEMM's is below and the others join the table as they land.
+// brings its own filler: GEMM's is below, the others live in their operations' folders.
 #include "blas/level3/ops/vrx_l3_kinds.h"
 #include "blas/vrx_l3.h"
 
 namespace {
-// The pack of an operand by its layout flag: as stored, conjugate-transposed, or (any
-// other flag) transposed.
-template <typename T>
-vrx_l3_pack_fn<T> pack_by_flag(std::uint32_t flags, vrx_l3_pack_fn<T> plain, vrx_l3_pack_fn<T> transposed,
-                               vrx_l3_pack_fn<T> conjugated) {
-  if (flags == VRX_L3_PLAIN) return plain;
-  return flags == VRX_L3_CONJUGATED ? conjugated : transposed;
-}
-
 template <typename T>
 int fill_gemm(const vrx_l3_kernels<T>* kernels, const vrx_l3_call<T>*, const vrx_l3_view<T>* a,
               const vrx_l3_view<T>* b, const vrx_l3_view<T>*, vrx_l3_ops<T>* ops) {
-  ops->pack_a = pack_by_flag(a->flags, kernels->pack_a_plain, kernels->pack_a_transposed, kernels->pack_a_conjugated);
-  ops->pack_b = pack_by_flag(b->flags, kernels->pack_b_plain, kernels->pack_b_transposed, kernels->pack_b_conjugated);
+  vrx_l3_packs_by_flags(kernels, a, b, ops);
   ops->pack_diag = nullptr;
   ops->pack_tri = nullptr;
   ops->kernel = kernels->kernel;

@@ -194,19 +194,11 @@ void triangle_kernel(const vrx_l3_call<T>* call, const vrx_l3_view<T>* a, const 
   if (hermitian) vrx_zero_diagonal_imaginary(m, n, diagonal_shift(c), c->address(0, 0, c), c->ld);
 }
 
-template <typename T>
-vrx_l3_pack_fn<T> pack_by_flag(std::uint32_t flags, vrx_l3_pack_fn<T> plain, vrx_l3_pack_fn<T> transposed,
-                               vrx_l3_pack_fn<T> conjugated) {
-  if (flags == VRX_L3_PLAIN) return plain;
-  return flags == VRX_L3_CONJUGATED ? conjugated : transposed;
-}
-
 // The general kernel on whole tiles, the plain driver, and the two triangle routines.
 template <typename T>
 int fill_triangle_result(const vrx_l3_kernels<T>* kernels, const vrx_l3_view<T>* a, const vrx_l3_view<T>* b,
                          vrx_l3_ops<T>* ops) {
-  ops->pack_a = pack_by_flag(a->flags, kernels->pack_a_plain, kernels->pack_a_transposed, kernels->pack_a_conjugated);
-  ops->pack_b = pack_by_flag(b->flags, kernels->pack_b_plain, kernels->pack_b_transposed, kernels->pack_b_conjugated);
+  vrx_l3_packs_by_flags(kernels, a, b, ops);
   ops->pack_diag = nullptr;
   ops->pack_tri = nullptr;
   ops->kernel = kernels->kernel;
