@@ -34,25 +34,12 @@ struct peer {
 };
 
 std::vector<peer> load_peers(int threads) {
-  unsetenv("OPENBLAS_CORETYPE");
-  unsetenv("OPENBLAS_L2_SIZE");
-  const std::string count = std::to_string(threads);
-  setenv("OPENBLAS_NUM_THREADS", count.c_str(), 1);
-  setenv("BLIS_ARCH_TYPE", "0", 1);
-  setenv("BLIS_NUM_THREADS", count.c_str(), 1);
   std::vector<peer> peers;
-  const std::pair<const char*, const char*> candidates[] = {{"OpenBLAS", VRX_PEER_OPENBLAS}, {"BLIS", VRX_PEER_BLIS}};
-  for (const auto& [name, path] : candidates) {
-    if (path[0] == '\0') continue;
-    void* handle = dlopen(path, RTLD_NOW | RTLD_LOCAL);
-    if (!handle) continue;
-    typedef void (*set_threads_fn)(int);
-    for (const char* setter : {"openblas_set_num_threads", "bli_thread_set_num_threads"})
-      if (auto set = reinterpret_cast<set_threads_fn>(dlsym(handle, setter))) set(threads);
-    peers.push_back({name, reinterpret_cast<cblas_dsyrk_fn>(dlsym(handle, "cblas_dsyrk")),
-                     reinterpret_cast<cblas_dsyr2k_fn>(dlsym(handle, "cblas_dsyr2k")),
-                     reinterpret_cast<cblas_zherk_fn>(dlsym(handle, "cblas_zherk"))});
-  }
+  for (const bench_peer_library& library : bench_open_peers(threads))
+    if (library.handle)
+      peers.push_back({library.name, reinterpret_cast<cblas_dsyrk_fn>(dlsym(library.handle, "cblas_dsyrk")),
+                       reinterpret_cast<cblas_dsyr2k_fn>(dlsym(library.handle, "cblas_dsyr2k")),
+                       reinterpret_cast<cblas_zherk_fn>(dlsym(library.handle, "cblas_zherk"))});
   return peers;
 }
 

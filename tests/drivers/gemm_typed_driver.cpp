@@ -14,12 +14,9 @@
 
 #include "blas/gemm_typed_support.h"
 #include "blas/vrx_l3.h"
-#include "service/vrx_memory.h"
+#include "support/refused_memory.h"
 
 namespace {
-void* refuse(std::size_t, int) { return nullptr; }
-void* failing_malloc(std::size_t) { return nullptr; }
-void* failing_realloc(void*, std::size_t) { return nullptr; }
 
 struct shape {
   int64_t m, n, k;
@@ -80,18 +77,7 @@ int run() {
 
 int main(int argc, char** argv) {
   if (argc < 2 || argc > 3) return 2;
-  if (argc == 3) {
-    if (std::strcmp(argv[2], "refuse") == 0) {
-      vrx_l3_scratch_alloc = refuse;
-    } else if (std::strcmp(argv[2], "nomemory") == 0) {
-      vrx_serv_memory_init();
-      vrx_serv_base_allocator.malloc = failing_malloc;
-      vrx_serv_base_allocator.realloc = failing_realloc;
-      vrx_serv_base_allocator.pool_malloc = failing_malloc;
-    } else {
-      return 2;
-    }
-  }
+  if (argc == 3 && !vrx_test_refuse_memory(argv[2])) return 2;
   switch (argv[1][0]) {
     case 'S': return run<float>();
     case 'D': return run<double>();

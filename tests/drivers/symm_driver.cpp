@@ -18,20 +18,10 @@
 
 #include "blas/level3/symm/vrx_symm.h"
 #include "blas/symm_support.h"
-#include "service/vrx_memory.h"
+#include "support/refused_memory.h"
 #include "service/vrx_serv.h"
 
 namespace {
-int refusals = 0;
-void* refuse(std::size_t, int) {
-  __atomic_add_fetch(&refusals, 1, __ATOMIC_RELAXED);
-  return nullptr;
-}
-void* failing_malloc(std::size_t) {
-  __atomic_add_fetch(&refusals, 1, __ATOMIC_RELAXED);
-  return nullptr;
-}
-void* failing_realloc(void*, std::size_t) { return nullptr; }
 
 struct shape {
   char side;
@@ -91,7 +81,7 @@ int run(bool without_memory, bool with_cooperating) {
   if (!good) return 1;
   std::printf("roads");
   for (int r : roads) std::printf(" %d", r);
-  std::printf("\nrefused %s\nok %016llx\n", refusals ? "yes" : "no", (unsigned long long)hash);
+  std::printf("\nrefused %s\nok %016llx\n", vrx_test_refusals ? "yes" : "no", (unsigned long long)hash);
   return 0;
 }
 }  // namespace
@@ -99,18 +89,7 @@ int run(bool without_memory, bool with_cooperating) {
 int main(int argc, char** argv) {
   if (argc < 2 || argc > 3) return 2;
   const bool cooperating = argc == 3 && std::strcmp(argv[2], "cooperating") == 0;
-  if (argc == 3 && !cooperating) {
-    if (std::strcmp(argv[2], "refuse") == 0) {
-      vrx_l3_scratch_alloc = refuse;
-    } else if (std::strcmp(argv[2], "nomemory") == 0) {
-      vrx_serv_memory_init();
-      vrx_serv_base_allocator.malloc = failing_malloc;
-      vrx_serv_base_allocator.realloc = failing_realloc;
-      vrx_serv_base_allocator.pool_malloc = failing_malloc;
-    } else {
-      return 2;
-    }
-  }
+  if (argc == 3 && !cooperating && !vrx_test_refuse_memory(argv[2])) return 2;
   const bool without_memory = argc == 3 && !cooperating;
   switch (argv[1][0]) {
     case 'S': return run<float>(without_memory, cooperating);
