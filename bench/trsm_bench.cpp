@@ -4,7 +4,7 @@
 // thread count are read once per process); B is restored before every timed call.
 //   trsm_bench [--full]   order 2000, a few cases (--full: orders 2000 and 4000, every
 //                         side, uplo and transa with a non-unit diagonal, and order 4000
-//                         with 64, 128 and 256 right-hand sides)
+//                         with 64, 128 and 256 right-hand sides; --panels: only those)
 // Prints "case ours best_peer ratio", then our rate over our DGEMM's and the fraction of
 // the measured peak (single-core peak times the threads); speeds in GFLOPS, wall clock.
 #include <dlfcn.h>
@@ -129,8 +129,19 @@ double dgemm_rate(int order) {
   });
 }
 
-std::vector<tri_case> cases(bool full) {
+// LU's panel solves: order 4000 with 64 to 256 right-hand sides.
+void add_panels(std::vector<tri_case>* list) {
+  for (char r : {'S', 'M', 'Z'})
+    for (int rhs : {64, 128, 256})
+      for (const char* codes : {"LLNN", "LUTN"}) list->push_back({r, codes, 4000, rhs});
+}
+
+std::vector<tri_case> cases(bool full, bool panels) {
   std::vector<tri_case> list;
+  if (panels) {
+    add_panels(&list);
+    return list;
+  }
   if (!full) {
     for (char r : {'S', 'M', 'Z'})
       for (const char* codes : {"LLNN", "RUTN"}) list.push_back({r, codes, 2000, 2000});
@@ -140,17 +151,16 @@ std::vector<tri_case> cases(bool full) {
   for (int order : {2000, 4000})
     for (char r : {'S', 'M', 'Z'})
       for (const char* codes : all) list.push_back({r, codes, order, order});
-  for (char r : {'S', 'M', 'Z'})
-    for (int rhs : {64, 128, 256})
-      for (const char* codes : {"LLNN", "LUTN"}) list.push_back({r, codes, 4000, rhs});
+  add_panels(&list);
   return list;
 }
 }  // namespace
 
 int main(int argc, char** argv) {
-  bool full = false, worker = false;
+  bool full = false, panels = false, worker = false;
   for (int i = 1; i < argc; ++i) {
     if (!std::strcmp(argv[i], "--full")) full = true;
+    if (!std::strcmp(argv[i], "--panels")) panels = true;
     if (!std::strcmp(argv[i], "--worker")) worker = true;
   }
   if (worker) {
@@ -159,7 +169,7 @@ int main(int argc, char** argv) {
     const int type = forced ? std::atoi(forced) : 0, threads = count ? std::atoi(count) : 1;
     const std::vector<peer> peers = load_peers(threads);
     const double peak = threads * bench_measure_peak_for_type(type);
-    for (const tri_case& c : cases(full)) {
+    for (const tri_case& c : cases(full, panels)) {
       // Our DGEMM just before each case, so that both meet the same load.
       const double rate = dgemm_rate(c.m > c.n ? c.m : c.n);
       if (c.routine == 'Z') run_case<vrx_complex_double>(c, peers, type, threads, rate, peak);
@@ -171,6 +181,7 @@ int main(int argc, char** argv) {
   std::fflush(stdout);
   std::vector<std::string> args = {"--worker"};
   if (full) args.push_back("--full");
+  if (panels) args.push_back("--panels");
   for (int type : {7, 0}) {
     if (!bench_cpu_can_run_type(type)) continue;
     for (int threads : {1, 2}) {
