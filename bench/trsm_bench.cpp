@@ -2,7 +2,8 @@
 // same thread count) and beside our DGEMM of the same order, under CPU types 7 and 0 on
 // one and two threads. Each configuration runs in a child process (the CPU type and the
 // thread count are read once per process); B is restored before every timed call.
-//   trsm_bench [--full]   order 2000, a few cases (--full: orders 2000 and 4000, every
+//   trsm_bench [--order N] [--full|--panels]
+//                         order 2000 (or N), a few cases (--full: orders 2000 and 4000, every
 //                         side, uplo and transa with a non-unit diagonal, and order 4000
 //                         with 64, 128 and 256 right-hand sides; --panels: only those)
 // Prints "case ours best_peer ratio", then our rate over our DGEMM's and the fraction of
@@ -136,7 +137,7 @@ void add_panels(std::vector<tri_case>* list) {
       for (const char* codes : {"LLNN", "LUTN"}) list->push_back({r, codes, 4000, rhs});
 }
 
-std::vector<tri_case> cases(bool full, bool panels) {
+std::vector<tri_case> cases(bool full, bool panels, int order) {
   std::vector<tri_case> list;
   if (panels) {
     add_panels(&list);
@@ -144,7 +145,7 @@ std::vector<tri_case> cases(bool full, bool panels) {
   }
   if (!full) {
     for (char r : {'S', 'M', 'Z'})
-      for (const char* codes : {"LLNN", "RUTN"}) list.push_back({r, codes, 2000, 2000});
+      for (const char* codes : {"LLNN", "RUTN"}) list.push_back({r, codes, order, order});
     return list;
   }
   static const char* const all[] = {"LUNN", "LUTN", "LLNN", "LLTN", "RUNN", "RUTN", "RLNN", "RLTN"};
@@ -158,7 +159,9 @@ std::vector<tri_case> cases(bool full, bool panels) {
 
 int main(int argc, char** argv) {
   bool full = false, panels = false, worker = false;
+  int order = 2000;
   for (int i = 1; i < argc; ++i) {
+    if (!std::strcmp(argv[i], "--order") && i + 1 < argc) order = std::atoi(argv[i + 1]);
     if (!std::strcmp(argv[i], "--full")) full = true;
     if (!std::strcmp(argv[i], "--panels")) panels = true;
     if (!std::strcmp(argv[i], "--worker")) worker = true;
@@ -169,7 +172,7 @@ int main(int argc, char** argv) {
     const int type = forced ? std::atoi(forced) : 0, threads = count ? std::atoi(count) : 1;
     const std::vector<peer> peers = load_peers(threads);
     const double peak = threads * bench_measure_peak_for_type(type);
-    for (const tri_case& c : cases(full, panels)) {
+    for (const tri_case& c : cases(full, panels, order)) {
       // Our DGEMM just before each case, so that both meet the same load.
       const double rate = dgemm_rate(c.m > c.n ? c.m : c.n);
       if (c.routine == 'Z') run_case<vrx_complex_double>(c, peers, type, threads, rate, peak);
@@ -182,6 +185,8 @@ int main(int argc, char** argv) {
   std::vector<std::string> args = {"--worker"};
   if (full) args.push_back("--full");
   if (panels) args.push_back("--panels");
+  args.push_back("--order");
+  args.push_back(std::to_string(order));
   for (int type : {7, 0}) {
     if (!bench_cpu_can_run_type(type)) continue;
     for (int threads : {1, 2}) {
