@@ -10,7 +10,7 @@
 #include "blas/level3/team/vrx_l3_team.h"
 #include "blas/level3/trsm/vrx_tri_recursion.h"
 #include "blas/level3/trsm/vrx_tri_team.h"
-#include "blas/vrx_scale_matrix.h"
+#include "blas/level3/trsm/vrx_tri_split.h"
 #include "service/vrx_serv.h"
 
 namespace {
@@ -199,11 +199,7 @@ template <typename T>
 void vrx_tri_entry(std::uint32_t kind, vrx_trsm_fn<T> classic, vrx_trsm_fn<T> sequential, const char* side,
                    const char* uplo, const char* transa, const char* diag, const vrx_int* m, const vrx_int* n,
                    const T* alpha, const T* a, const vrx_int* lda, T* b, const vrx_int* ldb) {
-  if (*m < 1 || *n < 1) return;
-  if (vrx_traits<T>::is_zero(*alpha)) {
-    vrx_scale_matrix(*m, *n, T{}, b, *ldb);
-    return;
-  }
+  if (vrx_tri_quick_return(*m, *n, *alpha, b, *ldb)) return;
   const int road = vrx_blas_dgemm_road();
   if (road != 2 && road != 198) {
     classic(side, uplo, transa, diag, m, n, alpha, a, lda, b, ldb);
@@ -236,11 +232,7 @@ void vrx_tri_sequential(std::uint32_t kind, const char* side, const char* uplo, 
       vrx_l3_trmm_sequential_classic(cpu, vrx_serv_cbwr_get(1), codes, *m, *n, *alpha, a, *lda, b, *ldb);
     return;
   }
-  if (*m < 1 || *n < 1) return;
-  if (vrx_traits<T>::is_zero(*alpha)) {
-    vrx_scale_matrix(*m, *n, T{}, b, *ldb);
-    return;
-  }
+  if (vrx_tri_quick_return(*m, *n, *alpha, b, *ldb)) return;
   const bool left = codes.side != 1;
   vrx_l3_call<T> call = vrx_tri_call(kind, side, uplo, transa, diag, *alpha);
   const vrx_l3_view<T> av = vrx_tri_a_view(codes, a, left ? *m : *n, *lda);
