@@ -6,6 +6,7 @@
 #include <cstdint>
 
 #include "blas/vrx_blas.h"
+#include "service/vrx_spin_barrier.h"
 #include "service/vrx_types.h"
 
 // Applies X to each element type of the engine; the sources of the generic templates
@@ -97,10 +98,7 @@ struct vrx_l3_team {
 };
 
 // Barrier counters of a cooperating group, each on its own cache line.
-struct vrx_l3_sync {
-  alignas(64) std::uint64_t arrived;
-  alignas(64) std::uint64_t released;
-};
+struct vrx_l3_sync : vrx_serv_spin_barrier {};
 static_assert(sizeof(vrx_l3_sync) == 128);
 
 // The register block and the modes of one CPU type and element type.
