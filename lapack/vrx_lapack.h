@@ -1,0 +1,68 @@
+// The LAPACK layer's face: the tuning query and the routines other subsystems call.
+// Engine routines take Fortran style (every argument by pointer, vrx_int sizes,
+// column-major arrays, 1-based pivots) and have no hidden character lengths.
+#pragma once
+#include "service/vrx_traits.h"
+#include "service/vrx_types.h"
+
+// ---- tuning query ----
+extern "C" {
+// The published calling sequence; the two string lengths are passed by value.
+vrx_int ILAENV(const vrx_int* ispec, const char* name, const char* opts, const vrx_int* n1, const vrx_int* n2,
+               const vrx_int* n3, const vrx_int* n4, vrx_int name_length, vrx_int opts_length);
+}
+
+// Every question the engine asks goes through this pointer (ILAENV unless a test puts
+// another answerer in its place, to reach answers that this machine never gives).
+typedef vrx_int (*vrx_lapack_tuning_fn)(const vrx_int* ispec, const char* name, const char* opts, const vrx_int* n1,
+                                        const vrx_int* n2, const vrx_int* n3, const vrx_int* n4, vrx_int name_length,
+                                        vrx_int opts_length);
+extern vrx_lapack_tuning_fn vrx_lapack_tuning;
+
+// The engine's form of the question: the family without its precision letter ("GETRF")
+// and `opts` as a terminated string.
+template <typename T>
+inline vrx_int vrx_lapack_ilaenv(vrx_int ispec, const char* family, const char* opts, vrx_int n1, vrx_int n2,
+                                 vrx_int n3, vrx_int n4) {
+  const vrx_routine_name_buffer name = vrx_routine_name<T>(family);
+  vrx_int name_length = 0;
+  while (name.text[name_length]) ++name_length;
+  vrx_int opts_length = 0;
+  while (opts[opts_length]) ++opts_length;
+  return vrx_lapack_tuning(&ispec, name.text, opts, &n1, &n2, &n3, &n4, name_length, opts_length);
+}
+
+// ---- LU family ----
+// A = P L U of an m by n matrix; ipiv 1-based rows of the whole matrix, info as published
+// (-1002: stopped by the progress hook or a worker's failure).
+template <typename T>
+using vrx_getrf_fn_type = void(const vrx_int* m, const vrx_int* n, T* a, const vrx_int* lda, vrx_int* ipiv,
+                               vrx_int* info);
+// Row interchanges k1..k2 of ipiv (stride incx, negative walks backward) on n columns.
+template <typename T>
+using vrx_laswp_fn_type = void(const vrx_int* n, T* a, const vrx_int* lda, const vrx_int* k1, const vrx_int* k2,
+                               const vrx_int* ipiv, const vrx_int* incx);
+
+// The entries that hold the offload gate's place; a build without offload goes straight
+// to the host routine.
+vrx_getrf_fn_type<float> vrx_lapack_SGETRF;
+vrx_getrf_fn_type<double> vrx_lapack_DGETRF;
+vrx_getrf_fn_type<vrx_complex_float> vrx_lapack_CGETRF;
+vrx_getrf_fn_type<vrx_complex_double> vrx_lapack_ZGETRF;
+// The host routines: path choice, no parameter checks.
+vrx_getrf_fn_type<float> vrx_lapack_sgetrf_host;
+vrx_getrf_fn_type<double> vrx_lapack_dgetrf_host;
+vrx_getrf_fn_type<vrx_complex_float> vrx_lapack_cgetrf_host;
+vrx_getrf_fn_type<vrx_complex_double> vrx_lapack_zgetrf_host;
+
+// The published names of the engine.
+extern "C" {
+vrx_getrf_fn_type<float> SGETF2;
+vrx_getrf_fn_type<double> DGETF2;
+vrx_getrf_fn_type<vrx_complex_float> CGETF2;
+vrx_getrf_fn_type<vrx_complex_double> ZGETF2;
+vrx_laswp_fn_type<float> SLASWP;
+vrx_laswp_fn_type<double> DLASWP;
+vrx_laswp_fn_type<vrx_complex_float> CLASWP;
+vrx_laswp_fn_type<vrx_complex_double> ZLASWP;
+}
