@@ -188,3 +188,24 @@ vrx_symm_fn_type<double> DSYMM;
 vrx_symm_fn_type<vrx_complex_float> CSYMM, CHEMM;
 vrx_symm_fn_type<vrx_complex_double> ZSYMM, ZHEMM;
 }
+
+// ---- the packed-operand service: an operand A packed once, multiplied many times ----
+// Used by the LU team path on the CPU types whose road is the team road. Every call
+// returns non-zero on failure; multiply never forks.
+struct vrx_gemm_pack_handle;
+// 2 when the service packs on this CPU type (types 5 and 7), 1 otherwise (the calls
+// still work, on a plain copy).
+int vrx_blas_gemm_pack_query();
+// A handle for an operand of up to `rows` by `depth` elements of T.
+template <typename T>
+int vrx_blas_gemm_pack_create(vrx_gemm_pack_handle** handle, vrx_int rows, vrx_int depth);
+// Packs A (rows by depth, column-major, not transposed) into the handle.
+template <typename T>
+int vrx_blas_gemm_pack(vrx_gemm_pack_handle* handle, vrx_int rows, vrx_int depth, const T* a, vrx_int lda);
+// C := alpha A(row0 : row0 + rows, :) B + beta C with the packed A; B is depth by n,
+// C rows by n, both column-major.
+template <typename T>
+int vrx_blas_gemm_pack_multiply(vrx_gemm_pack_handle* handle, vrx_int row0, vrx_int rows, vrx_int n, T alpha,
+                                const T* b, vrx_int ldb, T beta, T* c, vrx_int ldc);
+// Returns the handle's memory; a null handle is ignored.
+void vrx_blas_gemm_pack_release(vrx_gemm_pack_handle* handle);
