@@ -38,6 +38,41 @@ template <typename T>
 void vrx_lapack_laswp_sequential(vrx_int n, T* a, vrx_int lda, vrx_int k1, vrx_int k2, const vrx_int* ipiv,
                                  vrx_int incx);
 
+// The engine's LASWP: the columns split among the LAPACK domain's threads when there are
+// more than one, n > 128 and incx is 1; otherwise the in-place kernel.
+template <typename T>
+void vrx_lapack_laswp(vrx_int n, T* a, vrx_int lda, vrx_int k1, vrx_int k2, const vrx_int* ipiv, vrx_int incx);
+
+// The unblocked factorisation (GETF2) through the kernel dispatcher, without argument
+// checks or hook: pivots from 1 within this matrix; returns the first zero pivot's
+// column (from 1), or 0.
+template <typename T>
+vrx_int vrx_lapack_getf2(vrx_int m, vrx_int n, T* a, vrx_int lda, vrx_int* ipiv);
+// The portable kernel behind it, every CPU type's fallback.
+template <typename T>
+vrx_int vrx_lapack_getf2_portable(vrx_int m, vrx_int n, T* a, vrx_int lda, vrx_int* ipiv);
+
+// Brings columns [col, col + count) (from 0) up to date with the factored panel of width
+// jb at row and column j: the panel's interchanges, the unit lower solve on its jb rows
+// and the product on the rows below. sequential: the BLAS members that never fork
+// (inside workers).
+template <typename T>
+void vrx_lapack_getrf_apply_panel(vrx_int m, T* a, vrx_int lda, const vrx_int* ipiv, vrx_int j, vrx_int jb,
+                                  vrx_int col, vrx_int count, bool sequential);
+
+// The published checks of m (position 1), n (2) and lda (4): a failure sets info to
+// minus the position, is reported under the precision's name of `family` ("GETRF" gives
+// "DGETRF" for double) and returns true.
+template <typename T>
+bool vrx_lapack_getrf_bad_arguments(const char* family, vrx_int m, vrx_int n, vrx_int lda, vrx_int* info);
+
+// A part factored at row and column `start` reports to the whole: its pivots (count of
+// them) move by `start`, and its first zero pivot becomes info unless one is set.
+inline void vrx_lapack_getrf_merge(vrx_int* info, vrx_int part_info, vrx_int start, vrx_int* ipiv, vrx_int count) {
+  if (*info == 0 && part_info > 0) *info = part_info + start;
+  for (vrx_int i = 0; i < count; ++i) ipiv[i] += start;
+}
+
 // ---- what the last call on this thread did, for tests ----
 enum : int {
   VRX_GETRF_PATH_NONE = 0,

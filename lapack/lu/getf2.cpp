@@ -1,0 +1,77 @@
+// GETF2 through the kernel dispatcher: the kernel of this CPU type, the recursion's leaf
+// (kernel, then the progress hook) and the published names with their checks.
+#include "lapack/lu/vrx_getrf.h"
+#include "service/vrx_dispatch.h"
+#include "service/vrx_serv.h"
+
+template <typename T>
+using vrx_getf2_kernel = vrx_int (*)(vrx_int m, vrx_int n, T* a, vrx_int lda, vrx_int* ipiv);
+
+template <typename T>
+vrx_int vrx_lapack_getf2(vrx_int m, vrx_int n, T* a, vrx_int lda, vrx_int* ipiv) {
+  static vrx_getf2_kernel<T> cache;
+  // No class kernel yet: every CPU type takes the portable one.
+  static const vrx_variants<vrx_getf2_kernel<T>> variants = {
+      vrx_lapack_getf2_portable<T>, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr};
+  return vrx_serv_dispatch(&cache, variants)(m, n, a, lda, ipiv);
+}
+
+template <typename T>
+int vrx_lapack_getf2_leaf(vrx_int m, vrx_int n, T* a, vrx_int lda, vrx_int* ipiv, vrx_int* info, int thread,
+                          vrx_int offset) {
+  *info = vrx_lapack_getf2(m, n, a, lda, ipiv);
+  const int step = static_cast<int>(n + offset);
+  const vrx_routine_name_buffer stage = vrx_routine_name<T>("GETRF");
+  return vrx_serv_progress(&thread, &step, stage.text, 6) != 0;
+}
+
+template <typename T>
+bool vrx_lapack_getrf_bad_arguments(const char* family, vrx_int m, vrx_int n, vrx_int lda, vrx_int* info) {
+  int position = 0;
+  if (m < 0)
+    position = 1;
+  else if (n < 0)
+    position = 2;
+  else if (lda < (m > 1 ? m : 1))
+    position = 4;
+  if (position == 0) return false;
+  *info = -position;
+  const vrx_routine_name_buffer name = vrx_routine_name<T>(family);
+  vrx_serv_xerbla(name.text, &position, 6);
+  return true;
+}
+
+namespace {
+template <typename T>
+void getf2_entry(const vrx_int* m, const vrx_int* n, T* a, const vrx_int* lda, vrx_int* ipiv, vrx_int* info) {
+  if (vrx_lapack_getrf_bad_arguments<T>("GETF2", *m, *n, *lda, info)) return;
+  *info = *m == 0 || *n == 0 ? 0 : vrx_lapack_getf2(*m, *n, a, *lda, ipiv);
+}
+}  // namespace
+
+#define VRX_GETF2_INSTANCES(T)                                                                                 \
+  template vrx_int vrx_lapack_getf2<T>(vrx_int, vrx_int, T*, vrx_int, vrx_int*);                               \
+  template int vrx_lapack_getf2_leaf<T>(vrx_int, vrx_int, T*, vrx_int, vrx_int*, vrx_int*, int, vrx_int);      \
+  template bool vrx_lapack_getrf_bad_arguments<T>(const char*, vrx_int, vrx_int, vrx_int, vrx_int*);
+VRX_GETF2_INSTANCES(float)
+VRX_GETF2_INSTANCES(double)
+VRX_GETF2_INSTANCES(vrx_complex_float)
+VRX_GETF2_INSTANCES(vrx_complex_double)
+#undef VRX_GETF2_INSTANCES
+
+extern "C" {
+void SGETF2(const vrx_int* m, const vrx_int* n, float* a, const vrx_int* lda, vrx_int* ipiv, vrx_int* info) {
+  getf2_entry(m, n, a, lda, ipiv, info);
+}
+void DGETF2(const vrx_int* m, const vrx_int* n, double* a, const vrx_int* lda, vrx_int* ipiv, vrx_int* info) {
+  getf2_entry(m, n, a, lda, ipiv, info);
+}
+void CGETF2(const vrx_int* m, const vrx_int* n, vrx_complex_float* a, const vrx_int* lda, vrx_int* ipiv,
+            vrx_int* info) {
+  getf2_entry(m, n, a, lda, ipiv, info);
+}
+void ZGETF2(const vrx_int* m, const vrx_int* n, vrx_complex_double* a, const vrx_int* lda, vrx_int* ipiv,
+            vrx_int* info) {
+  getf2_entry(m, n, a, lda, ipiv, info);
+}
+}
