@@ -1,0 +1,40 @@
+// The scheduler's one named critical section, and what runs inside it.
+#include "lapack/sched/vrx_task_queue.h"
+
+void vrx_lapack_sched_locked(void (*body)(void* context), void* context) {
+#pragma omp critical(vrx_lapack_sched)
+  body(context);
+}
+
+namespace {
+struct fetch_call {
+  vrx_int* state;
+  vrx_int worker;
+  vrx_lapack_task* task;
+};
+struct info_call {
+  vrx_int* info;
+  vrx_int found;
+};
+}  // namespace
+
+void vrx_lapack_sched_fetch_locked(vrx_int* state, vrx_int worker, vrx_lapack_task* task) {
+  fetch_call call = {state, worker, task};
+  vrx_lapack_sched_locked(
+      [](void* context) {
+        fetch_call* c = static_cast<fetch_call*>(context);
+        vrx_lapack_sched_fetch(c->state, c->worker, c->task);
+      },
+      &call);
+}
+
+void vrx_lapack_sched_keep_first_info(vrx_int* info, vrx_int found) {
+  if (found <= 0) return;
+  info_call call = {info, found};
+  vrx_lapack_sched_locked(
+      [](void* context) {
+        info_call* c = static_cast<info_call*>(context);
+        if (*c->info == 0 || (*c->info > 0 && c->found < *c->info)) *c->info = c->found;
+      },
+      &call);
+}
