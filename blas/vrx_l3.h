@@ -235,6 +235,9 @@ int vrx_l3_init_ops_with(const vrx_l3_kernels<T>* kernels, const vrx_l3_call<T>*
 template <typename T>
 const vrx_l3_kernels<T>* vrx_l3_kernels_for(int cpu);
 
+// Start of the panel holding line `i` of a packed block of `lines` lines (panels of
+// `extent`, then the tail's powers of two), and the panel's extent in *height.
+vrx_int vrx_l3_panel_start(vrx_int i, vrx_int lines, vrx_int extent, vrx_int* height);
 // Address of element (i, j) in a packed A (rows of panels) or packed B (columns of
 // panels) block whose current extents are the view's rows and cols.
 template <typename T>

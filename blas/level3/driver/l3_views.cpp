@@ -10,9 +10,9 @@ template <typename T>
 T* address_transposed(vrx_int i, vrx_int j, const vrx_l3_view<T>* v) {
   return v->data + (v->col_offset + j) + (v->row_offset + i) * v->ld;
 }
+}  // namespace
 
-// Start of the panel holding line `i` of a packed block of `lines` lines, and its extent.
-vrx_int panel_start(vrx_int i, vrx_int lines, vrx_int extent, vrx_int* height) {
+vrx_int vrx_l3_panel_start(vrx_int i, vrx_int lines, vrx_int extent, vrx_int* height) {
   const vrx_int full = lines / extent * extent;
   if (i < full) {
     *height = extent;
@@ -28,7 +28,6 @@ vrx_int panel_start(vrx_int i, vrx_int lines, vrx_int extent, vrx_int* height) {
     start += h;
   }
 }
-}  // namespace
 
 template <typename T>
 vrx_l3_view<T> vrx_l3_make_view(const T* data, vrx_int rows, vrx_int cols, vrx_int ld, std::uint32_t flags) {
@@ -87,14 +86,14 @@ vrx_l3_call<T> vrx_l3_gemm_call(const char* transa, const char* transb, T alpha,
 template <typename T>
 T* vrx_l3_packed_a_address(vrx_int i, vrx_int j, const vrx_l3_view<T>* v) {
   vrx_int h = 0;
-  const vrx_int start = panel_start(i, v->rows, v->ld, &h);
+  const vrx_int start = vrx_l3_panel_start(i, v->rows, v->ld, &h);
   return v->data + start * v->cols + j * h + (i - start);
 }
 
 template <typename T>
 T* vrx_l3_packed_b_address(vrx_int i, vrx_int j, const vrx_l3_view<T>* v) {
   vrx_int w = 0;
-  const vrx_int start = panel_start(j, v->cols, v->ld, &w);
+  const vrx_int start = vrx_l3_panel_start(j, v->cols, v->ld, &w);
   return v->data + start * v->rows + i * w + (j - start);
 }
 
