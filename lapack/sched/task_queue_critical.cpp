@@ -12,10 +12,6 @@ struct fetch_call {
   vrx_int worker;
   vrx_lapack_task* task;
 };
-struct info_call {
-  vrx_int* info;
-  vrx_int found;
-};
 }  // namespace
 
 void vrx_lapack_sched_fetch_locked(vrx_int* state, vrx_int worker, vrx_lapack_task* task) {
@@ -24,17 +20,6 @@ void vrx_lapack_sched_fetch_locked(vrx_int* state, vrx_int worker, vrx_lapack_ta
       [](void* context) {
         fetch_call* c = static_cast<fetch_call*>(context);
         vrx_lapack_sched_fetch(c->state, c->worker, c->task);
-      },
-      &call);
-}
-
-void vrx_lapack_sched_keep_first_info(vrx_int* info, vrx_int found) {
-  if (found <= 0) return;
-  info_call call = {info, found};
-  vrx_lapack_sched_locked(
-      [](void* context) {
-        info_call* c = static_cast<info_call*>(context);
-        if (*c->info == 0 || (*c->info > 0 && c->found < *c->info)) *c->info = c->found;
       },
       &call);
 }

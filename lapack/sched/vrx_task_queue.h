@@ -76,7 +76,3 @@ void vrx_lapack_sched_fetch_locked(vrx_int* state, vrx_int worker, vrx_lapack_ta
 // Runs body(context) inside the scheduler's named critical section: every change of the
 // state, and any other word the workers share with it, goes through here.
 void vrx_lapack_sched_locked(void (*body)(void* context), void* context);
-
-// A factored part found a zero pivot at column `found` of the whole matrix (from 1; 0
-// for none): the shared info keeps the smallest such column. Takes the critical section.
-void vrx_lapack_sched_keep_first_info(vrx_int* info, vrx_int found);
