@@ -191,19 +191,30 @@ vrx_symm_fn_type<vrx_complex_double> ZSYMM, ZHEMM;
 
 // ---- the packed-operand service: an operand A packed once, multiplied many times ----
 // Used by the LU team path on the CPU types whose road is the team road. Every call
-// returns non-zero on failure; multiply never forks.
+// returns non-zero on failure (a bad argument, or a handle made for another element
+// type); multiply never forks.
 struct vrx_gemm_pack_handle;
 // 2 when the service packs on this CPU type (types 5 and 7), 1 otherwise (the calls
-// still work, on a plain copy).
+// still work, on a plain copy read by the sequential GEMM).
 int vrx_blas_gemm_pack_query();
-// A handle for an operand of up to `rows` by `depth` elements of T.
+// A handle for an operand of up to `rows` by `depth` elements of T. On failure *handle
+// is null.
 template <typename T>
 int vrx_blas_gemm_pack_create(vrx_gemm_pack_handle** handle, vrx_int rows, vrx_int depth);
-// Packs A (rows by depth, column-major, not transposed) into the handle.
+// Packs A (rows by depth, column-major, not transposed; within the created extents)
+// into the handle, replacing what it held. On types 5 and 7 A is stored as the level-3
+// driver's packed A panels (height mr of the type's register block), in depth slices
+// of the driver's kc.
 template <typename T>
 int vrx_blas_gemm_pack(vrx_gemm_pack_handle* handle, vrx_int rows, vrx_int depth, const T* a, vrx_int lda);
 // C := alpha A(row0 : row0 + rows, :) B + beta C with the packed A; B is depth by n,
-// C rows by n, both column-major.
+// C rows by n, both column-major; any alpha and beta (beta 0 does not read C). Any
+// row range is served; it runs fastest when row0 is a multiple of the register height
+// mr and the range ends at a multiple of mr or at the last row, since the panels are
+// then read in place (a panel cut by the range is packed again per call). Reads the
+// handle only: several threads may multiply with one handle at once on disjoint C.
+// B is packed into a scratch buffer of the call; without one the product still runs,
+// by plain loops.
 template <typename T>
 int vrx_blas_gemm_pack_multiply(vrx_gemm_pack_handle* handle, vrx_int row0, vrx_int rows, vrx_int n, T alpha,
                                 const T* b, vrx_int ldb, T beta, T* c, vrx_int ldc);

@@ -88,7 +88,7 @@ T scalar(double re, double im) {
 template <typename T>
 void shapes() {
   const int64_t mr = panel_height<T>();
-  const int64_t depths[] = {1, 7, 8, 9, 64, 255, 256, 257, 384, 385};
+  const int64_t depths[] = {0, 1, 7, 8, 9, 64, 255, 256, 257, 384, 385};
   const int64_t row_counts[] = {1, mr - 1, mr, mr + 1, 2 * mr + 7};
   const int64_t ns[] = {1, 5, 33, 300, 17};
   const T scalars[][2] = {{scalar<T>(-1, 0), scalar<T>(1, 0)},
