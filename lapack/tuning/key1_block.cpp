@@ -1,0 +1,62 @@
+// Key 1, the block size: the routine table, one entry per family, either a constant or a rule.
+#include "lapack/tuning/key1_rules.h"
+
+namespace {
+constexpr vrx_int unknown_block = 1;
+
+constexpr vrx_tuning_entry block_table[] = {
+    {"GETRF", 0, vrx_tuning_getrf_block},
+    {"GEQRF", 0, vrx_tuning_geqrf_block},
+    {"POTRF", 0, vrx_tuning_potrf_block},
+    {"GERQF", 32, nullptr},
+    {"GELQF", 32, nullptr},
+    {"GEQLF", 32, nullptr},
+    {"GEHRD", 32, nullptr},
+    {"GEBRD", 0, vrx_tuning_gebrd_block},
+    {"GESVD", 0, vrx_tuning_gesvd_block},
+    {"GETRI", 64, nullptr},
+    {"TRTRI", 64, nullptr},
+    {"SYTRF", 64, nullptr},
+    {"HETRF", 64, nullptr},
+    {"SYTRD", 0, vrx_tuning_sytrd_block, vrx_prec_real},
+    {"HETRD", 0, vrx_tuning_hetrd_block, vrx_prec_complex},
+    {"SYRDB", 0, vrx_tuning_syrdb_block, vrx_prec_real},
+    {"HERDB", 0, vrx_tuning_herdb_block, vrx_prec_complex},
+    {"SYGST", 0, vrx_tuning_sygst_block, vrx_prec_real},
+    {"HEGST", 0, vrx_tuning_sygst_block, vrx_prec_complex},
+    {"ORG**", 0, vrx_tuning_org_block, vrx_prec_real},
+    {"UNG**", 0, vrx_tuning_ung_block, vrx_prec_complex},
+    {"ORM**", 0, vrx_tuning_orm_block, vrx_prec_real},
+    {"UNM**", 32, nullptr, vrx_prec_complex},
+    {"GETRS", 0, vrx_tuning_solve_block},
+    {"SYTRS", 0, vrx_tuning_solve_block},
+    {"HETRS", 0, vrx_tuning_solve_block},
+    {"GBTRF", 0, vrx_tuning_gbtrf_block},
+    {"PBTRF", 0, vrx_tuning_pbtrf_block},
+    {"GBTRS", 0, vrx_tuning_band_solve_block},
+    {"PBTRS", 0, vrx_tuning_band_solve_block},
+    {"TBTRS", 0, vrx_tuning_band_solve_block},
+    {"PPTRF", 0, vrx_tuning_pptrf_block},
+    {"PPTRS", 0, vrx_tuning_pptrs_block},
+    {"TPTRS", 0, vrx_tuning_tptrs_block},
+    {"PTTRS", 0, vrx_tuning_right_sides_block},
+    {"GTTRS", 0, vrx_tuning_right_sides_block},
+    {"OPMTR", 128, nullptr, vrx_prec_real},
+    {"UPMTR", 128, nullptr, vrx_prec_complex},
+    {"GGHRD", 128, nullptr},
+    {"HGEQZ", 48, nullptr},
+    {"LABRD", 0, vrx_tuning_labrd_block},
+    {"LATRD", 32, nullptr},
+    {"LAQRF", 0, vrx_tuning_laqrf_block},
+    {"LAUUM", 0, vrx_tuning_lauum_block},
+    {"LAQPS", 32, nullptr},
+    {"LARFT", 0, vrx_tuning_larft_block},
+    {"STEBZ", 1, nullptr},
+    {"STEQR", 0, vrx_tuning_steqr_block},
+    {"BDSQR", 0, vrx_tuning_steqr_block},
+    {"SPTRF", 0, vrx_tuning_packed_factor_block},
+    {"HPTRF", 0, vrx_tuning_packed_factor_block},
+};
+}  // namespace
+
+vrx_int vrx_tuning_block_size(const vrx_tuning_query& q) { return vrx_tuning_lookup(block_table, q, unknown_block); }
