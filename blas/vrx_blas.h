@@ -214,7 +214,7 @@ int vrx_blas_gemm_pack(vrx_gemm_pack_handle* handle, vrx_int rows, vrx_int depth
 // then read in place (a panel cut by the range is packed again per call). Reads the
 // handle only: several threads may multiply with one handle at once on disjoint C.
 // B is packed into a scratch buffer of the call; without one the product still runs,
-// by plain loops.
+// on a smaller buffer on the stack.
 template <typename T>
 int vrx_blas_gemm_pack_multiply(vrx_gemm_pack_handle* handle, vrx_int row0, vrx_int rows, vrx_int n, T alpha,
                                 const T* b, vrx_int ldb, T beta, T* c, vrx_int ldc);

@@ -56,55 +56,58 @@ piece piece_at(vrx_int i, vrx_int end, vrx_int lines, vrx_int mr) {
   return p;
 }
 
+// Where a block of B goes: the call's scratch (nc columns, and room to pack a cut panel
+// again), or without scratch a buffer on the stack for fewer columns, a cut panel then
+// being read by plain loops.
+template <typename T>
+struct work_space {
+  T* b_packed;
+  T* a_scratch;  // null: no room for a cut panel
+  vrx_int cols;  // columns of B per block
+};
+constexpr std::size_t stack_bytes = 32768;  // holds kc by at least one register width of B for every type
+
+// C(rows by nb) += alpha A(rows, l0 : l0 + kb) B(l0 : l0 + kb, j0 : j0 + nb) for the rows
+// of one cut panel (`a` at the first row, panel height `height`), by plain loops.
+template <typename T>
+void add_cut_panel(const T* a, vrx_int height, vrx_int rows, vrx_int kb, vrx_int nb, T alpha, const T* b,
+                   vrx_int ldb, T* c, vrx_int ldc) {
+  for (vrx_int j = 0; j < nb; ++j)
+    for (vrx_int l = 0; l < kb; ++l) {
+      const T s = alpha * b[l + j * ldb];
+      const T* al = a + l * height;
+      T* cj = c + j * ldc;
+      for (vrx_int r = 0; r < rows; ++r) cj[r] = cj[r] + s * al[r];
+    }
+}
+
 // C(rows by nb) (+)= packed A rows [row0, row0 + rows) of one slice times the packed B
-// block; `a_scratch` holds a repacked part of a panel (mr by kb).
+// block, the original B block being b (kb by nb, scaled by alpha in the packed one).
 template <typename T>
 void multiply_rows(const vrx_gemm_pack_handle* h, const vrx_l3_kernels<T>* kr, const T* slice, vrx_int kb,
-                   vrx_int row0, vrx_int rows, vrx_int nb, const T* b_packed, T* a_scratch, T beta, T* c,
-                   vrx_int ldc) {
+                   vrx_int row0, vrx_int rows, vrx_int nb, const work_space<T>& ws, T alpha, const T* b,
+                   vrx_int ldb, T beta, T* c, vrx_int ldc) {
   const vrx_int end = row0 + rows;
   for (vrx_int i = row0; i < end;) {
     const piece p = piece_at(i, end, h->packed_rows, kr->mr);
     const T* a = slice + i * kb;
+    T* ci = c + (i - row0);
     if (!p.direct) {
-      // The rows of this piece as a column-major block of the panel (ld its height),
-      // packed again at the piece's own height.
-      const vrx_l3_view<T> source =
-          vrx_l3_make_view<T>(slice + p.panel * kb + (i - p.panel), p.end - i, kb, p.height, VRX_L3_PLAIN);
-      vrx_l3_view<T> target{};
-      target.data = a_scratch;
-      kr->pack_a_plain(&source, &target, vrx_traits<T>::make(1, 0), 0);
-      a = a_scratch;
-    }
-    kr->kernel(p.end - i, nb, kb, a, b_packed, c + (i - row0), ldc, beta);
-    i = p.end;
-  }
-}
-
-// Without scratch: the same product by plain loops over the panels; C already holds
-// beta C, so everything is added.
-template <typename T>
-void multiply_unbuffered(const vrx_gemm_pack_handle* h, vrx_int mr, vrx_int kc, vrx_int row0, vrx_int rows,
-                         vrx_int n, T alpha, const T* b, vrx_int ldb, T* c, vrx_int ldc) {
-  const vrx_int end = row0 + rows, depth = h->packed_depth;
-  for (vrx_int l0 = 0; l0 < depth; l0 += kc) {
-    const vrx_int kb = min_of(kc, depth - l0);
-    const T* slice = slice_of<T>(h, l0);
-    for (vrx_int i = row0; i < end;) {
-      vrx_int height = 0;
-      const vrx_int panel = vrx_l3_panel_start(i, h->packed_rows, mr, &height);
-      const vrx_int stop = min_of(end, panel + height);
-      const T* a = slice + panel * kb + (i - panel);  // A(i, l0 + l) at a[l * height]
-      for (vrx_int j = 0; j < n; ++j) {
-        T* cj = c + (i - row0) + j * ldc;
-        for (vrx_int l = 0; l < kb; ++l) {
-          const T s = alpha * b[l0 + l + j * ldb];
-          const T* al = a + l * height;
-          for (vrx_int r = 0; r < stop - i; ++r) cj[r] = cj[r] + s * al[r];
-        }
+      // The rows of this piece as a column-major block of its panel (ld the height).
+      const T* cut = slice + p.panel * kb + (i - p.panel);
+      if (!ws.a_scratch) {
+        add_cut_panel(cut, p.height, p.end - i, kb, nb, alpha, b, ldb, ci, ldc);
+        i = p.end;
+        continue;
       }
-      i = stop;
+      const vrx_l3_view<T> source = vrx_l3_make_view<T>(cut, p.end - i, kb, p.height, VRX_L3_PLAIN);
+      vrx_l3_view<T> target{};
+      target.data = ws.a_scratch;
+      kr->pack_a_plain(&source, &target, vrx_traits<T>::make(1, 0), 0);
+      a = ws.a_scratch;
     }
+    kr->kernel(p.end - i, nb, kb, a, ws.b_packed, ci, ldc, beta);
+    i = p.end;
   }
 }
 }  // namespace
@@ -141,28 +144,34 @@ void vrx_gemm_pack_panels_multiply(const vrx_gemm_pack_handle* h, const vrx_l3_k
   }
   const vrx_l3_blocking<T> bl = blocking_of<T>(h, n);
   const vrx_int kc = bl.kc, nc = bl.nc;
-  T* b_packed = static_cast<T*>(vrx_serv_malloc(static_cast<std::size_t>((nc + kr->mr) * kc) * sizeof(T), 128));
-  if (!b_packed) {
+  work_space<T> ws;
+  ws.b_packed = static_cast<T*>(vrx_serv_malloc(static_cast<std::size_t>((nc + kr->mr) * kc) * sizeof(T), 128));
+  ws.a_scratch = ws.b_packed ? ws.b_packed + nc * kc : nullptr;
+  ws.cols = nc;
+  alignas(64) T stack[stack_bytes / sizeof(T)];
+  if (!ws.b_packed) {
+    ws.b_packed = stack;
+    ws.cols = min_of(nc, static_cast<vrx_int>(stack_bytes / (static_cast<std::size_t>(kc) * sizeof(T))));
+    // A cut panel is added by loops: C must hold beta C before.
     if (tr::is_zero(beta)) kr->scale_c(rows, n, T{}, c, ldc);
-    multiply_unbuffered(h, kr->mr, kc, row0, rows, n, alpha, b, ldb, c, ldc);
-    return;
+    beta = one;
   }
-  T* a_scratch = b_packed + nc * kc;
   vrx_l3_view<T> b_target{};
-  b_target.data = b_packed;
+  b_target.data = ws.b_packed;
   for (vrx_int l0 = 0; l0 < depth; l0 += kc) {
     const vrx_int kb = min_of(kc, depth - l0);
     const T slice_beta = l0 == 0 ? beta : one;
-    for (vrx_int j0 = 0; j0 < n; j0 += nc) {
-      const vrx_int nb = min_of(nc, n - j0);
+    for (vrx_int j0 = 0; j0 < n; j0 += ws.cols) {
+      const vrx_int nb = min_of(ws.cols, n - j0);
       // alpha goes into B, since A was packed once for every alpha.
-      const vrx_l3_view<T> source = vrx_l3_make_view<T>(b + l0 + j0 * ldb, kb, nb, ldb, VRX_L3_PLAIN);
+      const T* b_block = b + l0 + j0 * ldb;
+      const vrx_l3_view<T> source = vrx_l3_make_view<T>(b_block, kb, nb, ldb, VRX_L3_PLAIN);
       kr->pack_b_plain(&source, &b_target, alpha, 0);
-      multiply_rows(h, kr, slice_of<T>(h, l0), kb, row0, rows, nb, b_packed, a_scratch, slice_beta, c + j0 * ldc,
-                    ldc);
+      multiply_rows(h, kr, slice_of<T>(h, l0), kb, row0, rows, nb, ws, alpha, b_block, ldb, slice_beta,
+                    c + j0 * ldc, ldc);
     }
   }
-  vrx_serv_free(b_packed);
+  if (ws.b_packed != stack) vrx_serv_free(ws.b_packed);
 }
 
 #define VRX_INSTANTIATE(T)                                                                                    \

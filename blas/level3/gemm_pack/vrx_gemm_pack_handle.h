@@ -22,8 +22,9 @@ struct vrx_gemm_pack_handle {
 template <typename T>
 void vrx_gemm_pack_panels(vrx_gemm_pack_handle* handle, const vrx_l3_kernels<T>* kernels, const T* a, vrx_int lda);
 // C := alpha A(row0 : row0 + rows, :) B + beta C over the packed panels. Reads the
-// handle only; the B panels come from a scratch buffer of the call, and without one the
-// product runs by plain loops over the packed panels.
+// handle only; the B panels come from a scratch buffer of the call, and without one
+// from a smaller buffer on the stack (a panel cut by the row range is then added by
+// plain loops).
 template <typename T>
 void vrx_gemm_pack_panels_multiply(const vrx_gemm_pack_handle* handle, const vrx_l3_kernels<T>* kernels,
                                    vrx_int row0, vrx_int rows, vrx_int n, T alpha, const T* b, vrx_int ldb, T beta,
