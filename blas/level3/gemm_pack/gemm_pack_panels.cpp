@@ -24,7 +24,7 @@ const T* slice_of(const vrx_gemm_pack_handle* h, vrx_int l0) {
 }
 
 // Rows [i, end) seen from the panel holding row i: either a run of whole panels that the
-// kernel reads where they lie (*direct), or the part of one panel that must be repacked
+// kernel reads where they lie (direct), or the part of one panel that must be repacked
 // at its own height. Answers the end of the piece and the start and height of its panel.
 struct piece {
   vrx_int end;
@@ -47,7 +47,7 @@ piece piece_at(vrx_int i, vrx_int end, vrx_int lines, vrx_int mr) {
   if (e < full) e += (min_of(end, full) - e) / mr * mr;
   while (e < end) {
     vrx_int h = 0;
-    vrx_int start = vrx_l3_panel_start(e, lines, mr, &h);
+    const vrx_int start = vrx_l3_panel_start(e, lines, mr, &h);
     if (start != e || e + h > end) break;
     e += h;
   }
