@@ -66,3 +66,31 @@ vrx_laswp_fn_type<double> DLASWP;
 vrx_laswp_fn_type<vrx_complex_float> CLASWP;
 vrx_laswp_fn_type<vrx_complex_double> ZLASWP;
 }
+
+// ---- solves with the factors, and the inverse ----
+// op(A) X = B with A = P L U from xGETRF; trans N, T or C (C means T for real data).
+template <typename T>
+using vrx_getrs_fn_type = void(const char* trans, const vrx_int* n, const vrx_int* nrhs, const T* a,
+                               const vrx_int* lda, const vrx_int* ipiv, T* b, const vrx_int* ldb, vrx_int* info);
+// inv(A) from the factors of xGETRF, in place; lwork = -1 asks for the workspace size.
+template <typename T>
+using vrx_getri_fn_type = void(const vrx_int* n, T* a, const vrx_int* lda, const vrx_int* ipiv, T* work,
+                               const vrx_int* lwork, vrx_int* info);
+// Inverse of a triangular matrix in place.
+template <typename T>
+using vrx_trtri_fn_type = void(const char* uplo, const char* diag, const vrx_int* n, T* a, const vrx_int* lda,
+                               vrx_int* info);
+// The engine's routines by precision letter (the upper-case names belong to the 32-bit
+// wrappers of the interface layer).
+vrx_getrs_fn_type<float> vrx_lapack_sgetrs;
+vrx_getrs_fn_type<double> vrx_lapack_dgetrs;
+vrx_getrs_fn_type<vrx_complex_float> vrx_lapack_cgetrs;
+vrx_getrs_fn_type<vrx_complex_double> vrx_lapack_zgetrs;
+vrx_getri_fn_type<float> vrx_lapack_sgetri;
+vrx_getri_fn_type<double> vrx_lapack_dgetri;
+vrx_getri_fn_type<vrx_complex_float> vrx_lapack_cgetri;
+vrx_getri_fn_type<vrx_complex_double> vrx_lapack_zgetri;
+vrx_trtri_fn_type<float> vrx_lapack_strtri;
+vrx_trtri_fn_type<double> vrx_lapack_dtrtri;
+vrx_trtri_fn_type<vrx_complex_float> vrx_lapack_ctrtri;
+vrx_trtri_fn_type<vrx_complex_double> vrx_lapack_ztrtri;
