@@ -28,7 +28,7 @@
 #include <string>
 #include <vector>
 
-#include "lapack/getrf_tuning.h"
+#include "lapack/getrf_support.h"
 #include "lapack/lu/vrx_getrf.h"
 #include "service/vrx_serv.h"
 #include "support/lu_check.h"
@@ -39,10 +39,7 @@ bool failed = false;
 
 template <typename T>
 void entry(vrx_int m, vrx_int n, T* a, vrx_int lda, vrx_int* ipiv, vrx_int* info) {
-  if constexpr (std::is_same_v<T, float>) vrx_lapack_SGETRF(&m, &n, a, &lda, ipiv, info);
-  if constexpr (std::is_same_v<T, double>) vrx_lapack_DGETRF(&m, &n, a, &lda, ipiv, info);
-  if constexpr (std::is_same_v<T, vrx_complex_float>) vrx_lapack_CGETRF(&m, &n, a, &lda, ipiv, info);
-  if constexpr (std::is_same_v<T, vrx_complex_double>) vrx_lapack_ZGETRF(&m, &n, a, &lda, ipiv, info);
+  vrx_test_lu_names<T>::entry(&m, &n, a, &lda, ipiv, info);
 }
 
 struct lu_case {

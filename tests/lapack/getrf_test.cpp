@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "blas/vrx_blas.h"
-#include "lapack/getrf_tuning.h"
+#include "lapack/getrf_support.h"
 #include "lapack/lu/vrx_getrf.h"
 #include "service/vrx_serv.h"
 #include "support/lu_check.h"
@@ -40,10 +40,7 @@ void seq(int64_t m, int64_t n, T* a, int64_t lda, int64_t* ipiv, int64_t* info) 
 }
 template <typename T>
 void unblocked(int64_t m, int64_t n, T* a, int64_t lda, int64_t* ipiv, int64_t* info) {
-  if constexpr (std::is_same_v<T, float>) SGETF2(&m, &n, a, &lda, ipiv, info);
-  if constexpr (std::is_same_v<T, double>) DGETF2(&m, &n, a, &lda, ipiv, info);
-  if constexpr (std::is_same_v<T, vrx_complex_float>) CGETF2(&m, &n, a, &lda, ipiv, info);
-  if constexpr (std::is_same_v<T, vrx_complex_double>) ZGETF2(&m, &n, a, &lda, ipiv, info);
+  vrx_test_lu_names<T>::getf2(&m, &n, a, &lda, ipiv, info);
 }
 template <typename T>
 void lookahead(int64_t m, int64_t n, T* a, int64_t lda, int64_t* ipiv, int64_t* info) {
@@ -52,10 +49,7 @@ void lookahead(int64_t m, int64_t n, T* a, int64_t lda, int64_t* ipiv, int64_t* 
 }
 template <typename T>
 void entry(int64_t m, int64_t n, T* a, int64_t lda, int64_t* ipiv, int64_t* info) {
-  if constexpr (std::is_same_v<T, float>) vrx_lapack_SGETRF(&m, &n, a, &lda, ipiv, info);
-  if constexpr (std::is_same_v<T, double>) vrx_lapack_DGETRF(&m, &n, a, &lda, ipiv, info);
-  if constexpr (std::is_same_v<T, vrx_complex_float>) vrx_lapack_CGETRF(&m, &n, a, &lda, ipiv, info);
-  if constexpr (std::is_same_v<T, vrx_complex_double>) vrx_lapack_ZGETRF(&m, &n, a, &lda, ipiv, info);
+  vrx_test_lu_names<T>::entry(&m, &n, a, &lda, ipiv, info);
 }
 
 struct outcome {

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <vector>
 
+#include "lapack/getrf_support.h"
 #include "lapack/lu/vrx_getrf.h"
 #include "service/vrx_serv.h"
 #include "support/lu_check.h"
@@ -63,10 +64,7 @@ void check_all(void (*swap)(vrx_int, T*, vrx_int, vrx_int, vrx_int, const vrx_in
 
 template <typename T>
 void published(vrx_int n, T* a, vrx_int lda, vrx_int k1, vrx_int k2, const vrx_int* ipiv, vrx_int incx) {
-  if constexpr (std::is_same_v<T, float>) SLASWP(&n, a, &lda, &k1, &k2, ipiv, &incx);
-  if constexpr (std::is_same_v<T, double>) DLASWP(&n, a, &lda, &k1, &k2, ipiv, &incx);
-  if constexpr (std::is_same_v<T, vrx_complex_float>) CLASWP(&n, a, &lda, &k1, &k2, ipiv, &incx);
-  if constexpr (std::is_same_v<T, vrx_complex_double>) ZLASWP(&n, a, &lda, &k1, &k2, ipiv, &incx);
+  vrx_test_lu_names<T>::laswp(&n, a, &lda, &k1, &k2, ipiv, &incx);
 }
 
 TYPED_TEST(LaswpTest, NeverForkingFormMatchesPlainSwaps) { check_all<TypeParam>(vrx_lapack_laswp_sequential<TypeParam>); }

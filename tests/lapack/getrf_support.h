@@ -1,11 +1,27 @@
-// Chosen answers to the LU factorisation's parallel tuning questions (opts " " with a
-// thread count): the block size (key 1) and the crossover (key 3); every other question
-// goes to ILAENV. Used by the LU tests and their driver to reach paths and panel counts
-// that this machine's answers never give on small matrices.
+// What the LU tests and their driver share: the published names by element type, and
+// chosen answers to the factorisation's parallel tuning questions (opts " " with a
+// thread count), the block size (key 1) and the crossover (key 3), every other question
+// going to ILAENV, to reach paths and panel counts that this machine's answers never
+// give on small matrices.
 #pragma once
 #include <cstring>
 
 #include "lapack/vrx_lapack.h"
+
+template <typename T>
+struct vrx_test_lu_names;
+#define VRX_TEST_LU_NAMES(T, upper)                                 \
+  template <>                                                       \
+  struct vrx_test_lu_names<T> {                                     \
+    static constexpr vrx_getrf_fn_type<T>* entry = vrx_lapack_##upper##GETRF; \
+    static constexpr vrx_getrf_fn_type<T>* getf2 = upper##GETF2;    \
+    static constexpr vrx_laswp_fn_type<T>* laswp = upper##LASWP;    \
+  };
+VRX_TEST_LU_NAMES(float, S)
+VRX_TEST_LU_NAMES(double, D)
+VRX_TEST_LU_NAMES(vrx_complex_float, C)
+VRX_TEST_LU_NAMES(vrx_complex_double, Z)
+#undef VRX_TEST_LU_NAMES
 
 struct vrx_test_getrf_answers {
   vrx_int nb;  // key 1; 0 leaves ILAENV's answer
