@@ -150,6 +150,19 @@ TYPED_TEST(GetrfTest, SingularMatrixGivesTheSameInfoAndPivotsOnEveryPath) {
   }
 }
 
+// The pivot is the first entry of largest |re| + |im|: -0.5 and 0.5 in rows 3 and 4
+// pick row 3; for the complex types (0.25, 0.25) in row 2 comes first, though its
+// modulus is smaller.
+TYPED_TEST(GetrfTest, FirstLargestMagnitudeIsThePivot) {
+  typedef vrx_traits<TypeParam> tr;
+  std::vector<TypeParam> a = {tr::make(0.25f, 0), tr::make(0.125f, 0), tr::make(-0.5f, 0), tr::make(0.5f, 0)};
+  if (tr::is_complex) a[1] = tr::make(0.25f, 0.25f);
+  int64_t ipiv[1], info = -99;
+  unblocked<TypeParam>(4, 1, a.data(), 4, ipiv, &info);
+  EXPECT_EQ(info, 0);
+  EXPECT_EQ(ipiv[0], tr::is_complex ? 2 : 3);
+}
+
 // A zero first column: the first pivot is zero, info 1, the rest is factored.
 TYPED_TEST(GetrfTest, ZeroFirstColumnIsCarriedToTheEnd) {
   std::vector<TypeParam> a = vrx_test_lu_matrix<TypeParam>(30, 30, 33, 8);
