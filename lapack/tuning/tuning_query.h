@@ -42,10 +42,6 @@ enum vrx_tuning_need : std::uint8_t {
   vrx_need_sse41_small_l2,    // SSE4.1 and a second-level cache of at most 0x300000 bytes
 };
 bool vrx_tuning_holds(vrx_tuning_need need, const vrx_tuning_query& q);
-// Cores per package, asked once per process.
-int vrx_tuning_cores();
-// True when no cache size is known or the second level exceeds 0x300000 bytes.
-bool vrx_tuning_large_l2();
 
 // ---- ladders (ladder.cpp) ----
 // A ladder runs on one size: the first step whose bound holds gives the value; the last

@@ -228,5 +228,17 @@ inline const std::vector<ilaenv_machine> ilaenv_machines = {
         {1, "DGETRF", " ", 9000, 10001, 8, -1, 400}, {17, "DGETRF", " ", 10001, 10001, 8, -1, 2},
         {18, "DGETRF", " ", 10001, 10001, 8, -1, 16},
     }},
+    // branch 7: the SSE4.1 test holds and the assumed second level is small, but the row
+    // names the cache test
+    {"SSE4.1, small L2, branch SSE4_1", {{"VRX_CBWR", "SSE4_1"}},
+     ilaenv_with({"--fake", "sse41"}, ilaenv_cores(4)), {
+        {19, "DGETRF", " ", 1000, 1000, 8, -1, 2},
+        {1, "DGETRF", " ", 9000, 10001, 8, -1, 400}, {17, "DGETRF", " ", 10001, 10001, 8, -1, 2},
+        {18, "DGETRF", " ", 10001, 10001, 8, -1, 16},
+    }},
+    {"SSE4.1, small L2, COMPATIBLE", {{"VRX_CBWR", "COMPATIBLE"}, {"VRX_DEBUG_CPU_TYPE", "2"}},
+     ilaenv_with({"--fake", "sse41"}, ilaenv_cores(4)), {
+        {1, "DGETRF", " ", 9000, 10001, 8, -1, 400}, {18, "DGETRF", " ", 10001, 10001, 8, -1, 16},
+    }},
 };
 // clang-format on
