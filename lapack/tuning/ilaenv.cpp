@@ -18,9 +18,10 @@ bool small_problem(vrx_int n1, vrx_int n2) {
   return min_of(n1, n2) <= 10 && max_of(n1, n2) < 51;
 }
 
-// Step 2: keys 1 to 15 and 18 of a small problem; -2 sends the key on to step 3.
+// A small problem: keys 1 to 15 and 18 are answered before the routine is looked at;
+// go_on sends the others on to the key tables.
 constexpr vrx_int go_on = -2;
-vrx_int small_answer(int key, vrx_int n1, vrx_int n2) {
+vrx_int small_answer(vrx_int key, vrx_int n1, vrx_int n2) {
   switch (key) {
     case 1: return 1;
     case 2:
@@ -83,7 +84,7 @@ extern "C" vrx_int ILAENV(const vrx_int* ispec, const char* name, const char* op
   if (vrx_tuning_is_cpu_name(name, name_length)) return vrx_serv_cpu_detect();
   const vrx_int key = *ispec;
   if (small_problem(*n1, *n2)) {
-    const vrx_int quick = small_answer(static_cast<int>(key), *n1, *n2);
+    const vrx_int quick = small_answer(key, *n1, *n2);
     if (quick != go_on) return quick;
     // Keys 16 and above of a small problem: the Hessenberg QR's parameters or nothing.
     return key == 16 ? vrx_tuning_iparmq(16, *n2, *n3) : -1;
