@@ -7,8 +7,8 @@ template <typename T>
 struct vrx_lapack_blas;
 
 // gemm: the threaded entry; gemm_sequential: the kernel that never forks (inside
-// workers); trsm/trmm likewise.
-#define VRX_LAPACK_BLAS_MEMBERS(T, x)                                            \
+// workers); trsm/trmm likewise. gemv, trsv and trmv: the level-2 routines by published name.
+#define VRX_LAPACK_BLAS_MEMBERS(T, x, X)                                         \
   template <>                                                                  \
   struct vrx_lapack_blas<T> {                                                  \
     static constexpr vrx_gemm_fn<T> gemm = vrx_blas_##x##gemm;                 \
@@ -17,9 +17,12 @@ struct vrx_lapack_blas;
     static constexpr vrx_trsm_fn<T> trsm_sequential = vrx_blas_##x##trsm_sequential; \
     static constexpr vrx_trsm_fn<T> trmm = vrx_blas_##x##trmm;                 \
     static constexpr vrx_trsm_fn<T> trmm_sequential = vrx_blas_##x##trmm_sequential; \
+    static constexpr auto gemv = &X##GEMV;                                     \
+    static constexpr auto trsv = &X##TRSV;                                     \
+    static constexpr auto trmv = &X##TRMV;                                     \
   };
-VRX_LAPACK_BLAS_MEMBERS(float, s)
-VRX_LAPACK_BLAS_MEMBERS(double, d)
-VRX_LAPACK_BLAS_MEMBERS(vrx_complex_float, c)
-VRX_LAPACK_BLAS_MEMBERS(vrx_complex_double, z)
+VRX_LAPACK_BLAS_MEMBERS(float, s, S)
+VRX_LAPACK_BLAS_MEMBERS(double, d, D)
+VRX_LAPACK_BLAS_MEMBERS(vrx_complex_float, c, C)
+VRX_LAPACK_BLAS_MEMBERS(vrx_complex_double, z, Z)
 #undef VRX_LAPACK_BLAS_MEMBERS
