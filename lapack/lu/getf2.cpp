@@ -1,19 +1,44 @@
-// GETF2 through the kernel dispatcher: the kernel of this CPU type, the recursion's leaf
-// (kernel, then the progress hook) and the published names with their checks.
+// GETF2 through the kernel dispatcher: the block kernel of this CPU type on blocks of
+// eight columns, the recursion's leaf (GETF2, then the progress hook) and the published
+// names with their checks.
+#include "lapack/lu/vrx_getf2_kernels.h"
 #include "lapack/lu/vrx_getrf.h"
 #include "service/vrx_dispatch.h"
 #include "service/vrx_serv.h"
 
+namespace {
+// The complex types have the portable kernel on every CPU type.
 template <typename T>
-using vrx_getf2_kernel = vrx_int (*)(vrx_int m, vrx_int n, T* a, vrx_int lda, vrx_int* ipiv);
+constexpr vrx_variants<vrx_getf2_block_fn<T>> block_kernels = {
+    vrx_lapack_getf2_block_portable<T>, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr};
+template <>
+constexpr vrx_variants<vrx_getf2_block_fn<float>> block_kernels<float> = {
+    vrx_lapack_getf2_block_portable<float>, nullptr, nullptr, nullptr, nullptr, nullptr,
+    vrx_lapack_sgetf2_block_avx2, vrx_lapack_sgetf2_block_avx512};
+template <>
+constexpr vrx_variants<vrx_getf2_block_fn<double>> block_kernels<double> = {
+    vrx_lapack_getf2_block_portable<double>, nullptr, nullptr, nullptr, nullptr, nullptr,
+    vrx_lapack_dgetf2_block_avx2, vrx_lapack_dgetf2_block_avx512};
+}  // namespace
 
+// Blocks of eight columns, so that a wide matrix streams through its rows once per block
+// instead of once per column: the kernel factors the block on its own columns, then the
+// columns on its left take its interchanges and those on its right its interchanges, a
+// unit lower solve and one product. The pivots are those of the column-by-column
+// algorithm.
 template <typename T>
 vrx_int vrx_lapack_getf2(vrx_int m, vrx_int n, T* a, vrx_int lda, vrx_int* ipiv) {
-  static vrx_getf2_kernel<T> cache;
-  // No class kernel yet: every CPU type takes the portable one.
-  static const vrx_variants<vrx_getf2_kernel<T>> variants = {
-      vrx_lapack_getf2_portable<T>, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr};
-  return vrx_serv_dispatch(&cache, variants)(m, n, a, lda, ipiv);
+  static vrx_getf2_block_fn<T> cache;
+  const vrx_getf2_block_fn<T> block = vrx_serv_dispatch(&cache, block_kernels<T>);
+  const vrx_int mn = m < n ? m : n;
+  vrx_int info = 0;
+  for (vrx_int j = 0; j < mn; j += vrx_getf2_block_columns) {
+    const vrx_int jb = mn - j < vrx_getf2_block_columns ? mn - j : vrx_getf2_block_columns;
+    info = block(m, a, lda, ipiv, j, jb, info);
+    vrx_lapack_laswp_sequential(j, a, lda, j + 1, j + jb, ipiv, 1);
+    vrx_lapack_getrf_apply_panel(m, a, lda, ipiv, j, jb, j + jb, n - j - jb, true);
+  }
+  return info;
 }
 
 template <typename T>

@@ -1,17 +1,12 @@
-// The portable unblocked LU kernel. The pivots are those of the published column-by-
-// column algorithm (first largest |re| + |im| of the column wins); the work is arranged
-// in blocks of eight columns, so that a wide leaf streams through its rows once per
-// block instead of once per column: inside a block the rank-one updates stay on the
-// block's columns, and the columns to its right take the block's interchanges, a unit
-// lower solve and one product.
+// The portable GETF2 block kernel, every CPU type's fallback and the complex types'
+// kernel: the published column-by-column algorithm on a block of columns (pivot the
+// first largest |re| + |im|, interchange, scale, rank-one update).
 #include <cmath>
 
 #include "blas/vrx_level12.h"
-#include "lapack/lu/vrx_getrf.h"
+#include "lapack/lu/vrx_getf2_kernels.h"
 
 namespace {
-constexpr vrx_int block_columns = 8;
-
 template <typename R>
 inline R modulus(R x) {
   return std::fabs(x);
@@ -37,10 +32,13 @@ inline vrx_complex<R> divide(vrx_complex<R> x, vrx_complex<R> y) {
   return {(x.re * ratio + x.im) / d, (x.im * ratio - x.re) / d};
 }
 
-// Columns [j, j + jb) on rows j to m - 1, one column at a time; the interchanges touch
-// only these columns. Returns the first zero pivot (from 1) or `info` as it came.
+}  // namespace
+
+// Columns [j, j + jb) on rows j to m - 1, one column at a time with the level-1 kernels
+// of this CPU type.
 template <typename T>
-vrx_int factor_block(vrx_int m, T* a, vrx_int lda, vrx_int* ipiv, vrx_int j, vrx_int jb, vrx_int info) {
+vrx_int vrx_lapack_getf2_block_portable(vrx_int m, T* a, vrx_int lda, vrx_int* ipiv, vrx_int j, vrx_int jb,
+                                        vrx_int info) {
   typedef vrx_traits<T> tr;
   typedef vrx_real_t<T> R;
   const vrx_level1_kernels<T>* l1 = vrx_blas_level1<T>();
@@ -76,24 +74,11 @@ vrx_int factor_block(vrx_int m, T* a, vrx_int lda, vrx_int* ipiv, vrx_int j, vrx
   }
   return info;
 }
-}  // namespace
 
-template <typename T>
-vrx_int vrx_lapack_getf2_portable(vrx_int m, vrx_int n, T* a, vrx_int lda, vrx_int* ipiv) {
-  const vrx_int mn = m < n ? m : n;
-  vrx_int info = 0;
-  for (vrx_int j = 0; j < mn; j += block_columns) {
-    const vrx_int jb = mn - j < block_columns ? mn - j : block_columns;
-    info = factor_block(m, a, lda, ipiv, j, jb, info);
-    vrx_lapack_laswp_sequential(j, a, lda, j + 1, j + jb, ipiv, 1);
-    vrx_lapack_getrf_apply_panel(m, a, lda, ipiv, j, jb, j + jb, n - j - jb, true);
-  }
-  return info;
-}
-
-template vrx_int vrx_lapack_getf2_portable<float>(vrx_int, vrx_int, float*, vrx_int, vrx_int*);
-template vrx_int vrx_lapack_getf2_portable<double>(vrx_int, vrx_int, double*, vrx_int, vrx_int*);
-template vrx_int vrx_lapack_getf2_portable<vrx_complex_float>(vrx_int, vrx_int, vrx_complex_float*, vrx_int,
-                                                              vrx_int*);
-template vrx_int vrx_lapack_getf2_portable<vrx_complex_double>(vrx_int, vrx_int, vrx_complex_double*, vrx_int,
-                                                               vrx_int*);
+#define VRX_GETF2_BLOCK_INSTANCE(T) \
+  template vrx_int vrx_lapack_getf2_block_portable<T>(vrx_int, T*, vrx_int, vrx_int*, vrx_int, vrx_int, vrx_int);
+VRX_GETF2_BLOCK_INSTANCE(float)
+VRX_GETF2_BLOCK_INSTANCE(double)
+VRX_GETF2_BLOCK_INSTANCE(vrx_complex_float)
+VRX_GETF2_BLOCK_INSTANCE(vrx_complex_double)
+#undef VRX_GETF2_BLOCK_INSTANCE

@@ -48,9 +48,6 @@ void vrx_lapack_laswp(vrx_int n, T* a, vrx_int lda, vrx_int k1, vrx_int k2, cons
 // column (from 1), or 0.
 template <typename T>
 vrx_int vrx_lapack_getf2(vrx_int m, vrx_int n, T* a, vrx_int lda, vrx_int* ipiv);
-// The portable kernel behind it, every CPU type's fallback.
-template <typename T>
-vrx_int vrx_lapack_getf2_portable(vrx_int m, vrx_int n, T* a, vrx_int lda, vrx_int* ipiv);
 
 // Brings columns [col, col + count) (from 0) up to date with the factored panel of width
 // jb at row and column j: the panel's interchanges, the unit lower solve on its jb rows

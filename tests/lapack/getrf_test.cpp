@@ -11,6 +11,7 @@
 
 #include "blas/vrx_blas.h"
 #include "lapack/getrf_support.h"
+#include "lapack/lu/vrx_getf2_kernels.h"
 #include "lapack/lu/vrx_getrf.h"
 #include "service/vrx_serv.h"
 #include "support/lu_check.h"
@@ -197,6 +198,78 @@ TYPED_TEST(GetrfTest, PivotBelowTheSafeMinimumIsDividedBy) {
   EXPECT_TRUE(lu[2] == tr::make(R(-0.25), 0));
   EXPECT_TRUE(lu[3] == tr::make(0, 0));
   EXPECT_LT(vrx_test_lu_residual(m, n, a, lda, lu, lda, ipiv), 30.0);
+}
+
+// ---- the class kernels of GETF2 against the portable one ----
+template <typename T>
+struct block_kernel {
+  const char* name;
+  vrx_getf2_block_fn<T> fn;
+  bool runs;  // this processor has the instructions
+};
+bool has_avx2() { return __builtin_cpu_supports("avx2") && __builtin_cpu_supports("fma"); }
+bool has_avx512() {
+  return has_avx2() && __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512dq") &&
+         __builtin_cpu_supports("avx512bw") && __builtin_cpu_supports("avx512vl");
+}
+template <typename T>
+std::vector<block_kernel<T>> class_kernels() {
+  if constexpr (std::is_same_v<T, float>)
+    return {{"avx2", vrx_lapack_sgetf2_block_avx2, has_avx2()},
+            {"avx512", vrx_lapack_sgetf2_block_avx512, has_avx512()}};
+  else
+    return {{"avx2", vrx_lapack_dgetf2_block_avx2, has_avx2()},
+            {"avx512", vrx_lapack_dgetf2_block_avx512, has_avx512()}};
+}
+
+template <typename T>
+class GetrfKernelTest : public testing::Test {};
+typedef testing::Types<float, double> real_types;
+TYPED_TEST_SUITE(GetrfKernelTest, real_types);
+
+// Blocks of one to eight columns at the top and further down, row counts around the
+// vector lengths, a zero column (info, and no scaling) and ties of the first column:
+// the same pivots and info as the portable kernel, the values to rounding (the class
+// kernels fuse multiply and add).
+TYPED_TEST(GetrfKernelTest, ClassKernelsMatchThePortableOne) {
+  typedef TypeParam T;
+  struct block_case {
+    int64_t m, j, jb, zero_column;  // zero_column: -1 for none
+  };
+  const block_case cases[] = {{1, 0, 1, -1},  {7, 0, 7, -1},   {13, 0, 8, 2},  {16, 0, 8, -1}, {17, 0, 8, -1},
+                              {100, 0, 8, 5}, {100, 3, 5, -1}, {37, 30, 7, 31}, {203, 40, 8, -1}};
+  const T eps = vrx_machine<T>::eps;
+  for (const block_kernel<T>& kernel : class_kernels<T>()) {
+    if (!kernel.runs) continue;
+    uint64_t seed = 40;
+    for (const block_case& c : cases) {
+      const int64_t n = c.j + c.jb, lda = c.m + 1;
+      std::vector<T> a = vrx_test_lu_matrix<T>(c.m, n, lda, ++seed);
+      if (c.zero_column >= 0)
+        for (int64_t i = 0; i < c.m; ++i) a[c.zero_column * lda + i] = 0;
+      std::vector<T> expected = a, got = a;
+      std::vector<int64_t> ipiv_expected(n, -5), ipiv_got(n, -5);
+      const int64_t info_expected =
+          vrx_lapack_getf2_block_portable(c.m, expected.data(), lda, ipiv_expected.data(), c.j, c.jb, 0);
+      const int64_t info_got = kernel.fn(c.m, got.data(), lda, ipiv_got.data(), c.j, c.jb, 0);
+      SCOPED_TRACE(std::string(kernel.name) + " m " + std::to_string(c.m) + " j " + std::to_string(c.j));
+      EXPECT_EQ(info_got, info_expected);
+      EXPECT_EQ(info_got, c.zero_column >= c.j ? c.zero_column + 1 : 0);
+      EXPECT_TRUE(ipiv_got == ipiv_expected);
+      int bad = 0;
+      for (std::size_t i = 0; i < got.size(); ++i)
+        bad += !(std::fabs(got[i] - expected[i]) <= 64 * eps * std::max(T(1), std::fabs(expected[i])));
+      EXPECT_EQ(bad, 0);
+    }
+    // A pivot below the safe minimum is divided by: exact multipliers.
+    const T pivot = vrx_machine<T>::sfmin / 16;
+    std::vector<T> tiny = {pivot, pivot / 2, -pivot / 4, 0, 0};
+    int64_t ipiv[1];
+    EXPECT_EQ(kernel.fn(5, tiny.data(), 5, ipiv, 0, 1, 0), 0);
+    EXPECT_EQ(ipiv[0], 1);
+    EXPECT_EQ(tiny[1], T(0.5));
+    EXPECT_EQ(tiny[2], T(-0.25));
+  }
 }
 
 // The host routine's steps, each reached on purpose: the crossover with no thread count,
