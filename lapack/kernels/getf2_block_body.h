@@ -151,3 +151,15 @@ vrx_int getf2_block_body(vrx_int m, T* a, vrx_int lda, vrx_int* ipiv, vrx_int j,
   return info;
 }
 }  // namespace
+
+// The published kernels of one class folder: VRX_GETF2_BLOCK_KERNELS(avx2) defines
+// vrx_lapack_sgetf2_block_avx2 and vrx_lapack_dgetf2_block_avx2.
+#define VRX_GETF2_BLOCK_KERNELS(cls)                                                                              \
+  vrx_int vrx_lapack_sgetf2_block_##cls(vrx_int m, float* a, vrx_int lda, vrx_int* ipiv, vrx_int j, vrx_int jb,  \
+                                        vrx_int info) {                                                           \
+    return getf2_block_body(m, a, lda, ipiv, j, jb, info);                                                        \
+  }                                                                                                               \
+  vrx_int vrx_lapack_dgetf2_block_##cls(vrx_int m, double* a, vrx_int lda, vrx_int* ipiv, vrx_int j, vrx_int jb, \
+                                        vrx_int info) {                                                           \
+    return getf2_block_body(m, a, lda, ipiv, j, jb, info);                                                        \
+  }
