@@ -75,6 +75,14 @@ TEST(GetrfEnv, PathsByThreadCountAndCpuType) {
   }
 }
 
+// The runtime gives 2 of the 5 threads asked for: the regions split their columns
+// among the threads they have.
+TEST(GetrfEnv, RegionsSplitAmongTheThreadsTheyGet) {
+  environment env = settings("0", 5);
+  env.push_back({"OMP_THREAD_LIMIT", "2"});
+  expect_run({"paths", "DC"}, env, expected_paths("DC", 2));
+}
+
 // The queue's state can't be allocated: the look-ahead path instead, marked as a
 // fallback. Under the COMPATIBLE branch an AVX-512 machine takes the queue, not the team.
 TEST(GetrfEnv, QueueWithoutMemoryFallsBackToLookahead) {
