@@ -1,11 +1,69 @@
-// The queue path of the LU factorisation (being built): until it lands the state is
-// reported as unavailable, so that the host routine takes the look-ahead path.
-#include "lapack/lu/vrx_getrf.h"
+// The queue path of the LU factorisation: the first panel on the calling thread, then a
+// region of workers under the task queue for every other panel and update, then the
+// corner that the queue leaves (the rows and columns past its last panel) and the
+// interchanges left of each panel.
+#include <algorithm>
+
+#include "lapack/lu/vrx_getrf_queue.h"
+#include "lapack/sched/vrx_task_queue.h"
+
+namespace {
+// Each block column left of a panel takes the interchanges of every later panel.
+template <typename T>
+void swap_left_columns(vrx_int m, vrx_int n, T* a, vrx_int lda, const vrx_int* ipiv, int t, vrx_int nb,
+                       vrx_int npan) {
+  const vrx_int rows = std::min(m, n);
+#pragma omp parallel for schedule(dynamic, 1) num_threads(t)
+  for (vrx_int i = 1; i <= npan; ++i)
+    vrx_lapack_laswp_sequential(nb, a + (i - 1) * nb * lda, lda, i * nb + 1, rows, ipiv, 1);
+}
+
+// The part from row and column `start` to row m and column n, factored by the recursion
+// on the calling thread; returns 1 when the progress hook asked to stop.
+template <typename T>
+int factor_part(vrx_int m, vrx_int n, T* a, vrx_int lda, vrx_int* ipiv, vrx_int* info, vrx_int start) {
+  vrx_int part_info = 0;
+  if (vrx_lapack_getrf_recursive(m - start, n - start, a + start + start * lda, lda, ipiv + start, &part_info, 0,
+                                 start))
+    return 1;
+  vrx_lapack_getrf_merge(info, part_info, start, ipiv + start, std::min(m, n) - start);
+  return 0;
+}
+}  // namespace
 
 template <typename T>
-int vrx_lapack_getrf_queue(vrx_int, vrx_int, T*, vrx_int, vrx_int*, vrx_int*, int, vrx_int) {
-  return -1;
+int vrx_lapack_getrf_queue(vrx_int m, vrx_int n, T* a, vrx_int lda, vrx_int* ipiv, vrx_int* info, int t, vrx_int nb) {
+  if (m <= 0 || n <= 0 || nb < 1 || nb >= std::min(m, n)) {
+    // Nothing for a queue: one panel holds the whole matrix.
+    vrx_lapack_getrf_seq(m, n, a, lda, ipiv, info);
+    return 0;
+  }
+  const vrx_int nblk = vrx_lapack_sched_block_count(n, nb), npan = vrx_lapack_sched_panel_count(m, n, nb);
+  t = std::max(t, 1);
+  vrx_int* state = vrx_lapack_sched_allocate(nblk);
+  if (!state) return -1;
+  *info = 0;
+  vrx_getrf_trace* trace = vrx_lapack_getrf_trace();
+  trace->path = VRX_GETRF_PATH_QUEUE;
+  trace->nb = nb;
+  vrx_getrf_queue_region<T> region = {m, n, lda, nb, a, ipiv, info, state, t, 0, 1};
+  // The first panel is the only one factored before the workers start.
+  int stop = factor_part(m, nb, a, lda, ipiv, info, 0);
+  if (!stop) {
+#pragma omp parallel num_threads(t)
+    vrx_lapack_getrf_worker(&region);
+    trace->region_threads = region.region_threads;
+    trace->group = state[VRX_SCHED_GROUP];
+    trace->tail = state[VRX_SCHED_TAIL];
+    stop = region.stop;
+  }
+  if (!stop) stop = factor_part(m, n, a, lda, ipiv, info, npan * nb);
+  if (!stop) swap_left_columns(m, n, a, lda, ipiv, t, nb, npan);
+  vrx_lapack_sched_release(state);
+  if (stop) *info = -1002;
+  return 0;
 }
+
 template int vrx_lapack_getrf_queue<float>(vrx_int, vrx_int, float*, vrx_int, vrx_int*, vrx_int*, int, vrx_int);
 template int vrx_lapack_getrf_queue<double>(vrx_int, vrx_int, double*, vrx_int, vrx_int*, vrx_int*, int, vrx_int);
 template int vrx_lapack_getrf_queue<vrx_complex_float>(vrx_int, vrx_int, vrx_complex_float*, vrx_int, vrx_int*,
