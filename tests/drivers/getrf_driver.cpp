@@ -12,7 +12,8 @@
 //                                order 64 (sequential) and at column 100 of the order 200
 //                                (look-ahead): prints info, the hook's calls and stage
 //   getrf_driver checks LETTERS  the look-ahead path's checks of m, n and lda (and lda 0
-//                                for an empty matrix, which is wrong too)
+//                                for an empty matrix, which is wrong too), and GETF2's
+//                                of lda
 //   getrf_driver nested LETTERS  the look-ahead case called from inside a parallel region
 //                                of two threads: the regions get one thread
 //   getrf_driver large           DGETRF of order 3000 with ILAENV's own answers
@@ -174,6 +175,11 @@ void run_mode(const std::string& mode) {
       std::printf("%c checks %lld %lld %lld info %lld returns %d\n", vrx_traits<T>::letter, (long long)b[0],
                   (long long)b[1], (long long)b[2], (long long)info, stop);
     }
+    // The published unblocked routine checks the same arguments under its own name.
+    const vrx_int m = 3, n = 2, lda = 2;
+    vrx_int info = -99;
+    vrx_test_lu_names<T>::getf2(&m, &n, a, &lda, ipiv, &info);
+    std::printf("%c getf2 checks info %lld\n", vrx_traits<T>::letter, (long long)info);
   } else if (mode == "nested") {
 #pragma omp parallel num_threads(2)
     {

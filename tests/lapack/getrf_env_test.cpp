@@ -116,7 +116,7 @@ TEST(GetrfEnv, ProgressHookStopsSequentialAndLookahead) {
 }
 
 // The look-ahead path's own checks, reported under the precision's name; lda must be at
-// least 1 also for an empty matrix.
+// least 1 also for an empty matrix. GETF2 reports under its own name.
 TEST(GetrfEnv, LookaheadChecksItsArguments) {
   std::string expected;
   for (char l : std::string("DC")) {
@@ -126,6 +126,8 @@ TEST(GetrfEnv, LookaheadChecksItsArguments) {
     expected += "\nArdix VRX ERROR: Parameter 2" + who + checks + "2 -1 2 info -2 returns 0\n";
     expected += "\nArdix VRX ERROR: Parameter 4" + who + checks + "2 2 1 info -4 returns 0\n";
     expected += "\nArdix VRX ERROR: Parameter 4" + who + checks + "0 0 0 info -4 returns 0\n";
+    expected += std::string("\nArdix VRX ERROR: Parameter 4 was incorrect on entry to ") + l + "GETF2.\n" + l +
+                " getf2 checks info -4\n";
   }
   expect_run({"checks", "DC"}, settings("0", 2), expected + "ok\n");
 }
