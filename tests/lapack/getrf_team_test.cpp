@@ -72,13 +72,16 @@ std::vector<T> matrix(const team_case& c, uint64_t seed) {
 
 // teams: t / team size, at least 1; the leftover threads join the last team.
 const team_case layouts[] = {
-    {"square, 2 teams of 2", 200, 200, 16, 2, 4, VRX_GETRF_PATH_TEAM, 2, 0},
-    {"tall, 1 team of 3", 257, 180, 16, 2, 3, VRX_GETRF_PATH_TEAM, 1, 0},
+    {"square, 2 teams of 2", 160, 160, 16, 2, 4, VRX_GETRF_PATH_TEAM, 2, 0},
     {"wide, 2 teams of 1", 150, 300, 8, 1, 2, VRX_GETRF_PATH_TEAM, 2, 0},
-    {"square, teams of 2 and 3", 200, 200, 16, 2, 5, VRX_GETRF_PATH_TEAM, 2, 0},
-    {"wide, rows a multiple of nb", 128, 200, 16, 2, 4, VRX_GETRF_PATH_TEAM, 2, 0},
     {"one panel for the queue", 30, 30, 16, 2, 4, VRX_GETRF_PATH_TEAM, 2, 0},
     {"block size at min(m, n): unblocked", 60, 80, 60, 2, 4, VRX_GETRF_PATH_GETF2, 0, 0},
+};
+// The same in one precision for the layouts that differ only in their scheduling.
+const team_case more_layouts[] = {
+    {"tall, 1 team of 3", 230, 160, 16, 2, 3, VRX_GETRF_PATH_TEAM, 1, 0},
+    {"square, teams of 2 and 3", 160, 160, 16, 2, 5, VRX_GETRF_PATH_TEAM, 2, 0},
+    {"wide, rows a multiple of nb", 128, 200, 16, 2, 4, VRX_GETRF_PATH_TEAM, 2, 0},
 };
 
 // A regular matrix factored by the case's path, with the layout the trace recorded.
@@ -106,6 +109,10 @@ TYPED_TEST(GetrfTeam, LayoutsFactorWithSmallResidual) {
   for (const team_case& c : layouts) expect_factored<TypeParam>(c);
 }
 
+TEST(GetrfTeamLayouts, MoreTeamShapes) {
+  for (const team_case& c : more_layouts) expect_factored<double>(c);
+}
+
 // With t threads r = max(36 / t, 1), and m > 3 r n is tall and thin; m + n below 1000
 // caps the threads at 6, below 2000 at 12.
 const team_case tall_cases[] = {
@@ -123,8 +130,8 @@ TEST(GetrfTeamTall, ThresholdAndThreadCaps) {
 // every path must name the same ones.
 TYPED_TEST(GetrfTeam, ZeroPivotsAsTheSequentialRecursion) {
   const team_case cases[] = {
-      {"square", 200, 200, 16, 2, 4, VRX_GETRF_PATH_TEAM, 2, 0},
-      {"wide", 120, 260, 16, 2, 3, VRX_GETRF_PATH_TEAM, 1, 0},
+      {"square", 160, 160, 16, 2, 4, VRX_GETRF_PATH_TEAM, 2, 0},
+      {"wide", 100, 200, 16, 2, 2, VRX_GETRF_PATH_TEAM, 1, 0},
       {"tall and thin", 600, 20, 16, 2, 4, VRX_GETRF_PATH_TALL, 0, 4},
   };
   for (const team_case& c : cases) {
@@ -177,38 +184,49 @@ environment settings(const std::string& cpu, int threads, const std::string& cbw
   return env;
 }
 
-struct host_layout {
-  const char* cpu;
-  int threads;
-  int team_size;
-  const char* cbwr;
-};
-
 // The host routine takes the team path on CPU types 5 and 7 (packed operands) under
 // reproducibility branches 1 (look-ahead of every panel) and 2 (of the lanes).
 TEST(GetrfTeamHost, PackedOperandsOnTheWideCpuTypes) {
-  const host_layout layouts_run[] = {
-      {"5", 2, 1, ""}, {"5", 3, 2, ""}, {"7", 4, 2, ""}, {"7", 9, 4, ""}, {"5", 4, 2, "AUTO"},
+  struct run {
+    const char* letters;
+    vrx_int m, n, nb;
+    int packed;
   };
-  for (const host_layout& l : layouts_run) {
+  // min(m, n) not above 2 nb (the last run) leaves packed operands off.
+  const run every[] = {{"SDCZ", 120, 120, 16, 1}, {"D", 200, 120, 8, 1}, {"D", 120, 200, 16, 1}, {"D", 80, 80, 40, 0}};
+  const run square[] = {{"D", 120, 120, 16, 1}};
+  const run mixed[] = {{"C", 120, 120, 16, 1}, {"D", 200, 120, 8, 1}};
+  struct host_layout {
+    const char* cpu;
+    int threads, team_size;
+    const char* cbwr;
+    const run* runs;
+    int run_count;
+  };
+  // Two threads on this machine's two cores cost little: they take every shape; more
+  // threads spin against each other, so they take fewer.
+  const host_layout host_layouts[] = {
+      {"5", 2, 1, "", every, 4},  {"5", 3, 2, "", square, 1}, {"7", 4, 2, "", mixed, 2},
+      {"7", 9, 4, "", square, 1}, {"5", 4, 2, "AUTO", mixed, 2},
+  };
+  for (const host_layout& l : host_layouts) {
     SCOPED_TRACE(testing::Message() << "CPU " << l.cpu << ", " << l.threads << " threads, teams of " << l.team_size
                                     << " " << l.cbwr);
-    const std::string ts = std::to_string(l.team_size);
-    const vrx_child_result r =
-        vrx_test_run(vrx_test_driver("getrf_team_driver"),
-                     {"host", "SDCZ", "120", "120", "16", ts, "host", "D", "200", "120", "8", ts, "host", "D", "120",
-                      "200", "16", ts, "host", "D", "80", "80", "40", ts},
-                     settings(l.cpu, l.threads, l.cbwr));
-    const int teams = std::max(l.threads / l.team_size, 1);
+    std::vector<std::string> args;
     std::string expected;
-    for (char letter : std::string("SDCZ"))
-      expected += line(letter, "host", 120, 120, VRX_GETRF_PATH_TEAM, teams, l.team_size, 1, l.threads, 0, 0, 0);
-    expected += line('D', "host", 200, 120, VRX_GETRF_PATH_TEAM, teams, l.team_size, 1, l.threads, 0, 0, 0);
-    expected += line('D', "host", 120, 200, VRX_GETRF_PATH_TEAM, teams, l.team_size, 1, l.threads, 0, 0, 0);
-    // min(m, n) not above 2 nb: no packed operands.
-    expected += line('D', "host", 80, 80, VRX_GETRF_PATH_TEAM, teams, l.team_size, 0, l.threads, 0, 0, 0);
-    EXPECT_EQ(r.exit_status, 0);
-    EXPECT_EQ(r.output, expected + "ok\n");
+    const int teams = std::max(l.threads / l.team_size, 1);
+    for (const run* r = l.runs; r != l.runs + l.run_count; ++r) {
+      for (const std::string& a : {std::string("host"), std::string(r->letters), std::to_string(r->m),
+                                   std::to_string(r->n), std::to_string(r->nb), std::to_string(l.team_size)})
+        args.push_back(a);
+      for (const char* letter = r->letters; *letter; ++letter)
+        expected += line(*letter, "host", r->m, r->n, VRX_GETRF_PATH_TEAM, teams, l.team_size, r->packed, l.threads,
+                         0, 0, 0);
+    }
+    const vrx_child_result result =
+        vrx_test_run(vrx_test_driver("getrf_team_driver"), args, settings(l.cpu, l.threads, l.cbwr));
+    EXPECT_EQ(result.exit_status, 0);
+    EXPECT_EQ(result.output, expected + "ok\n");
   }
 }
 
