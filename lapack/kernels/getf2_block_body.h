@@ -1,17 +1,18 @@
-// The GETF2 block kernel of the real types over the vector width of one class folder
-// (VRX_VEC_BYTES, see blas/kernels/vrx_simd.h). One pass over the rows per column: the
-// multipliers are scaled, the block's columns to the right take the rank-one update,
-// and the next column's pivot is found on the way (first largest magnitude), so that the
-// block is read once per column instead of three times.
+// The GETF2 block kernel over the vector width of one class folder (VRX_VEC_BYTES, see
+// blas/kernels/vrx_simd.h), for real data and for complex data held as interleaved
+// (re, im) pairs of the real type. One pass over the rows per column: the multipliers
+// are scaled, the block's columns to the right take the rank-one update, and the next
+// column's pivot (first largest |re| + |im|) is found on the way, so that the block is
+// read once per column instead of three times.
 #pragma once
 #include <cfloat>
 #include <cstdint>
 
-#include "blas/kernels/vrx_simd.h"
+#include "blas/kernels/level1_body.h"
 #include "lapack/lu/vrx_getf2_kernels.h"
 
 namespace {
-template <typename T>
+template <typename R>
 struct getf2_lanes;
 template <>
 struct getf2_lanes<double> {
@@ -24,45 +25,59 @@ struct getf2_lanes<float> {
   static constexpr float sfmin = FLT_MIN;
 };
 
-template <typename T>
-using getf2_index_vec = typename getf2_lanes<T>::index __attribute__((vector_size(VRX_VEC_BYTES)));
+template <typename R>
+using getf2_index_vec = typename getf2_lanes<R>::index __attribute__((vector_size(VRX_VEC_BYTES)));
 
 // Running first-largest search: per lane the largest magnitude and its row; ties keep
-// the earlier row.
-template <typename T>
+// the earlier row. Parts: 1 for real data, 2 for complex (a pair of lanes is one row).
+template <typename R, int Parts>
 struct getf2_search {
-  vrx_vec_t<T> best;
-  getf2_index_vec<T> row;
+  vrx_vec_t<R> best;
+  getf2_index_vec<R> row;
 };
 
-template <typename T>
-inline void getf2_search_start(getf2_search<T>* s) {
-  s->best = vrx_splat<vrx_vec_t<T>>(T(-1));
-  s->row = getf2_index_vec<T>{} + typename getf2_lanes<T>::index(-1);
+template <typename R, int Parts>
+inline void getf2_search_start(getf2_search<R, Parts>* s) {
+  s->best = vrx_splat<vrx_vec_t<R>>(R(-1));
+  s->row = getf2_index_vec<R>{} + typename getf2_lanes<R>::index(-1);
 }
 
-template <typename T>
-inline void getf2_search_step(getf2_search<T>* s, vrx_vec_t<T> x, getf2_index_vec<T> rows) {
-  const vrx_vec_t<T> magnitude = vrx_vabs(x);
+// |re| + |im| of each row of the register, in both lanes of a complex pair.
+template <typename R, int Parts>
+inline vrx_vec_t<R> getf2_magnitudes(vrx_vec_t<R> x) {
+  const vrx_vec_t<R> magnitude = vrx_vabs(x);
+  if constexpr (Parts == 1)
+    return magnitude;
+  else
+    return magnitude + l1_swap_pairs<R>(magnitude);
+}
+
+// The register of rows from `row` on.
+template <typename R, int Parts>
+inline void getf2_search_step(getf2_search<R, Parts>* s, vrx_vec_t<R> x, vrx_int row) {
+  getf2_index_vec<R> rows = {};
+  for (int l = 0; l < vrx_lanes<R>; ++l) rows[l] = static_cast<typename getf2_lanes<R>::index>(row + l / Parts);
+  const vrx_vec_t<R> magnitude = getf2_magnitudes<R, Parts>(x);
   const auto larger = magnitude > s->best;
   s->best = larger ? magnitude : s->best;
   s->row = larger ? rows : s->row;
 }
 
-// The first row of the largest magnitude over the lanes and the scalar tail
-// (rows [tail, end) of x, numbered from 0); `first` when every entry is NaN.
-template <typename T>
-inline vrx_int getf2_search_finish(const getf2_search<T>* s, const T* x, vrx_int tail, vrx_int end, vrx_int first) {
-  constexpr int L = vrx_lanes<T>;
-  T best = -1;
+// The first row of the largest magnitude over the lanes and the scalar rows [tail, end)
+// of x; `first` when every entry is NaN.
+template <typename R, int Parts>
+inline vrx_int getf2_search_finish(const getf2_search<R, Parts>* s, const R* x, vrx_int tail, vrx_int end,
+                                   vrx_int first) {
+  R best = -1;
   vrx_int row = first;
-  for (int l = 0; l < L; ++l)
+  for (int l = 0; l < vrx_lanes<R>; ++l)
     if (s->row[l] >= 0 && (s->best[l] > best || (s->best[l] == best && s->row[l] < row))) {
       best = s->best[l];
       row = s->row[l];
     }
   for (vrx_int i = tail; i < end; ++i) {
-    const T magnitude = vrx_abs(x[i]);
+    R magnitude = vrx_abs(x[Parts * i]);
+    if constexpr (Parts == 2) magnitude += vrx_abs(x[2 * i + 1]);
     if (magnitude > best) {
       best = magnitude;
       row = i;
@@ -71,80 +86,142 @@ inline vrx_int getf2_search_finish(const getf2_search<T>* s, const T* x, vrx_int
   return row;
 }
 
-template <typename T>
-inline getf2_index_vec<T> getf2_lane_rows(vrx_int start) {
-  getf2_index_vec<T> rows = {};
-  for (int l = 0; l < vrx_lanes<T>; ++l) rows[l] = static_cast<typename getf2_lanes<T>::index>(start + l);
-  return rows;
-}
+// Rows per register.
+template <typename R, int Parts>
+constexpr int getf2_rows = vrx_lanes<R> / Parts;
 
 // Pivot of rows [from, m) of column x, the first of largest magnitude.
-template <typename T>
-vrx_int getf2_first_largest(vrx_int from, vrx_int m, const T* x) {
-  typedef vrx_vec_t<T> V;
-  constexpr int L = vrx_lanes<T>;
-  getf2_search<T> s;
+template <typename R, int Parts>
+vrx_int getf2_first_largest(vrx_int from, vrx_int m, const R* x) {
+  constexpr int rows = getf2_rows<R, Parts>;
+  getf2_search<R, Parts> s;
   getf2_search_start(&s);
   vrx_int i = from;
-  for (; i + L <= m; i += L) getf2_search_step(&s, vrx_load<V>(x + i), getf2_lane_rows<T>(i));
+  for (; i + rows <= m; i += rows) getf2_search_step(&s, vrx_load<vrx_vec_t<R>>(x + Parts * i), i);
   return getf2_search_finish(&s, x, i, m, from);
 }
 
-template <typename T>
-vrx_int getf2_block_body(vrx_int m, T* a, vrx_int lda, vrx_int* ipiv, vrx_int j, vrx_int jb, vrx_int info) {
-  typedef vrx_vec_t<T> V;
-  constexpr int L = vrx_lanes<T>;
-  const vrx_int end = j + jb;
-  vrx_int p = getf2_first_largest(j, m, a + j * lda);
+// A scalar of T's kind as a pair of reals (the imaginary part 0 for real data).
+template <typename R>
+struct getf2_scalar {
+  R re, im;
+};
+
+// s x, on a register (complex: s.re x + (-s.im, s.im) swap(x)) and on one row.
+template <typename R, int Parts>
+inline vrx_vec_t<R> getf2_times(getf2_scalar<R> s, vrx_vec_t<R> x) {
+  if constexpr (Parts == 1)
+    return vrx_splat<vrx_vec_t<R>>(s.re) * x;
+  else
+    return vrx_splat<vrx_vec_t<R>>(s.re) * x + l1_signed_pairs<R>(s.im) * l1_swap_pairs<R>(x);
+}
+template <typename R, int Parts>
+inline getf2_scalar<R> getf2_times(getf2_scalar<R> s, const R* x) {
+  if constexpr (Parts == 1)
+    return {s.re * x[0], 0};
+  else
+    return {s.re * x[0] - s.im * x[1], s.re * x[1] + s.im * x[0]};
+}
+
+// x / y for a divisor below the safe minimum; the complex quotient is scaled by the
+// larger part of the divisor.
+template <typename R, int Parts>
+inline void getf2_divide(R* x, getf2_scalar<R> y) {
+  if constexpr (Parts == 1) {
+    x[0] /= y.re;
+  } else if (vrx_abs(y.re) >= vrx_abs(y.im)) {
+    const R ratio = y.im / y.re, d = y.re + y.im * ratio;
+    const R re = (x[0] + x[1] * ratio) / d, im = (x[1] - x[0] * ratio) / d;
+    x[0] = re;
+    x[1] = im;
+  } else {
+    const R ratio = y.re / y.im, d = y.re * ratio + y.im;
+    const R re = (x[0] * ratio + x[1]) / d, im = (x[1] * ratio - x[0]) / d;
+    x[0] = re;
+    x[1] = im;
+  }
+}
+
+template <typename R, int Parts>
+inline getf2_scalar<R> getf2_reciprocal(getf2_scalar<R> y) {
+  if constexpr (Parts == 1) return {R(1) / y.re, 0};
+  R one[2] = {1, 0};
+  getf2_divide<R, Parts>(one, y);
+  return {one[0], one[1]};
+}
+
+// a is column-major with leading dimension lda in elements of Parts reals each.
+template <typename R, int Parts>
+vrx_int getf2_block_body(vrx_int m, R* a, vrx_int lda, vrx_int* ipiv, vrx_int j, vrx_int jb, vrx_int info) {
+  typedef vrx_vec_t<R> V;
+  constexpr int rows = getf2_rows<R, Parts>;
+  const vrx_int ld = Parts * lda, end = j + jb;
+  vrx_int p = getf2_first_largest<R, Parts>(j, m, a + j * ld);
   for (vrx_int k = j; k < end; ++k) {
-    T* column = a + k * lda;
+    R* column = a + k * ld;
     ipiv[k] = p + 1;
-    const bool zero = column[p] == 0;
+    const bool zero = column[Parts * p] == 0 && (Parts == 1 || column[Parts * p + 1] == 0);
     if (!zero && p != k)
-      for (vrx_int c = j; c < end; ++c) {
-        T* x = a + c * lda;
-        const T t = x[k];
-        x[k] = x[p];
-        x[p] = t;
-      }
+      for (vrx_int c = j; c < end; ++c)
+        for (int part = 0; part < Parts; ++part) {
+          R* x = a + c * ld + part;
+          const R t = x[Parts * k];
+          x[Parts * k] = x[Parts * p];
+          x[Parts * p] = t;
+        }
     if (zero && info == 0) info = k + 1;
     if (k + 1 >= m) break;  // the last row: nothing below, no later column (jb <= m - j)
 
-    // The multipliers: by the reciprocal, or by division below the safe minimum.
-    const T pivot = column[k];
-    const bool divide = !zero && vrx_abs(pivot) < getf2_lanes<T>::sfmin;
-    const T scale = zero ? T(1) : T(1) / pivot;
-    T u[vrx_getf2_block_columns];
-    T* right[vrx_getf2_block_columns];
+    // The multipliers: by the reciprocal, or first divided below the safe minimum.
+    const getf2_scalar<R> pivot = {column[Parts * k], Parts == 2 ? column[Parts * k + 1] : R(0)};
+    R modulus = vrx_abs(pivot.re);
+    if constexpr (Parts == 2) modulus = __builtin_hypot(pivot.re, pivot.im);
+    const bool scale = !zero && modulus >= getf2_lanes<R>::sfmin;
+    if (!zero && !scale)
+      for (vrx_int i = k + 1; i < m; ++i) getf2_divide<R, Parts>(column + Parts * i, pivot);
+    const getf2_scalar<R> r = scale ? getf2_reciprocal<R, Parts>(pivot) : getf2_scalar<R>{1, 0};
+    getf2_scalar<R> u[vrx_getf2_block_columns];
+    R* right[vrx_getf2_block_columns];
     int updated = 0;
     for (vrx_int c = k + 1; c < end; ++c) {
-      right[updated] = a + c * lda;
-      u[updated++] = -a[c * lda + k];
+      R* x = a + c * ld + Parts * k;
+      right[updated] = a + c * ld;
+      u[updated++] = {-x[0], Parts == 2 ? -x[1] : R(0)};
     }
     // The next column is updated first in each row chunk, so that its search sees the
     // new values; the others follow. A zero u leaves its column alone, as published.
     const bool search = k + 1 < end;
-    getf2_search<T> s;
+    getf2_search<R, Parts> s;
     getf2_search_start(&s);
-    const V vscale = vrx_splat<V>(scale), vpivot = vrx_splat<V>(pivot);
     vrx_int i = k + 1;
-    for (; i + L <= m; i += L) {
-      V l = vrx_load<V>(column + i);
-      if (!zero) l = divide ? l / vpivot : l * vscale;
-      vrx_store(column + i, l);
-      for (int c = 0; c < updated; ++c) {
-        if (u[c] == 0) continue;
-        vrx_store(right[c] + i, vrx_load<V>(right[c] + i) + l * vrx_splat<V>(u[c]));
+    for (; i + rows <= m; i += rows) {
+      V l = vrx_load<V>(column + Parts * i);
+      if (scale) {
+        l = getf2_times<R, Parts>(r, l);
+        vrx_store(column + Parts * i, l);
       }
-      if (search) getf2_search_step(&s, vrx_load<V>(right[0] + i), getf2_lane_rows<T>(i));
+      for (int c = 0; c < updated; ++c) {
+        if (u[c].re == 0 && u[c].im == 0) continue;
+        R* y = right[c] + Parts * i;
+        vrx_store(y, vrx_load<V>(y) + getf2_times<R, Parts>(u[c], l));
+      }
+      if (search) getf2_search_step(&s, vrx_load<V>(right[0] + Parts * i), i);
     }
     const vrx_int tail = i;
     for (; i < m; ++i) {
-      T l = column[i];
-      if (!zero) l = divide ? l / pivot : l * scale;
-      column[i] = l;
-      for (int c = 0; c < updated; ++c)
-        if (u[c] != 0) right[c][i] += l * u[c];
+      R* x = column + Parts * i;
+      if (scale) {
+        const getf2_scalar<R> l = getf2_times<R, Parts>(r, x);
+        x[0] = l.re;
+        if constexpr (Parts == 2) x[1] = l.im;
+      }
+      for (int c = 0; c < updated; ++c) {
+        if (u[c].re == 0 && u[c].im == 0) continue;
+        const getf2_scalar<R> t = getf2_times<R, Parts>(u[c], x);
+        R* y = right[c] + Parts * i;
+        y[0] += t.re;
+        if constexpr (Parts == 2) y[1] += t.im;
+      }
     }
     if (search) p = getf2_search_finish(&s, right[0], tail, m, k + 1);
   }
@@ -153,13 +230,21 @@ vrx_int getf2_block_body(vrx_int m, T* a, vrx_int lda, vrx_int* ipiv, vrx_int j,
 }  // namespace
 
 // The published kernels of one class folder: VRX_GETF2_BLOCK_KERNELS(avx2) defines
-// vrx_lapack_sgetf2_block_avx2 and vrx_lapack_dgetf2_block_avx2.
-#define VRX_GETF2_BLOCK_KERNELS(cls)                                                                              \
-  vrx_int vrx_lapack_sgetf2_block_##cls(vrx_int m, float* a, vrx_int lda, vrx_int* ipiv, vrx_int j, vrx_int jb,  \
-                                        vrx_int info) {                                                           \
-    return getf2_block_body(m, a, lda, ipiv, j, jb, info);                                                        \
-  }                                                                                                               \
-  vrx_int vrx_lapack_dgetf2_block_##cls(vrx_int m, double* a, vrx_int lda, vrx_int* ipiv, vrx_int j, vrx_int jb, \
-                                        vrx_int info) {                                                           \
-    return getf2_block_body(m, a, lda, ipiv, j, jb, info);                                                        \
+// vrx_lapack_sgetf2_block_avx2, vrx_lapack_dgetf2_block_avx2 and the complex pair.
+#define VRX_GETF2_BLOCK_KERNELS(cls)                                                                                \
+  vrx_int vrx_lapack_sgetf2_block_##cls(vrx_int m, float* a, vrx_int lda, vrx_int* ipiv, vrx_int j, vrx_int jb,    \
+                                        vrx_int info) {                                                             \
+    return getf2_block_body<float, 1>(m, a, lda, ipiv, j, jb, info);                                                \
+  }                                                                                                                 \
+  vrx_int vrx_lapack_dgetf2_block_##cls(vrx_int m, double* a, vrx_int lda, vrx_int* ipiv, vrx_int j, vrx_int jb,   \
+                                        vrx_int info) {                                                             \
+    return getf2_block_body<double, 1>(m, a, lda, ipiv, j, jb, info);                                               \
+  }                                                                                                                 \
+  vrx_int vrx_lapack_cgetf2_block_##cls(vrx_int m, vrx_complex_float* a, vrx_int lda, vrx_int* ipiv, vrx_int j,    \
+                                        vrx_int jb, vrx_int info) {                                                 \
+    return getf2_block_body<float, 2>(m, &a->re, lda, ipiv, j, jb, info);                                           \
+  }                                                                                                                 \
+  vrx_int vrx_lapack_zgetf2_block_##cls(vrx_int m, vrx_complex_double* a, vrx_int lda, vrx_int* ipiv, vrx_int j,   \
+                                        vrx_int jb, vrx_int info) {                                                 \
+    return getf2_block_body<double, 2>(m, &a->re, lda, ipiv, j, jb, info);                                          \
   }

@@ -7,18 +7,21 @@
 #include "service/vrx_serv.h"
 
 namespace {
-// The complex types have the portable kernel on every CPU type.
+// The portable kernel, and the class kernels of AVX2 and AVX-512 by precision letter.
 template <typename T>
-constexpr vrx_variants<vrx_getf2_block_fn<T>> block_kernels = {
-    vrx_lapack_getf2_block_portable<T>, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr};
-template <>
-constexpr vrx_variants<vrx_getf2_block_fn<float>> block_kernels<float> = {
-    vrx_lapack_getf2_block_portable<float>, nullptr, nullptr, nullptr, nullptr, nullptr,
-    vrx_lapack_sgetf2_block_avx2, vrx_lapack_sgetf2_block_avx512};
-template <>
-constexpr vrx_variants<vrx_getf2_block_fn<double>> block_kernels<double> = {
-    vrx_lapack_getf2_block_portable<double>, nullptr, nullptr, nullptr, nullptr, nullptr,
-    vrx_lapack_dgetf2_block_avx2, vrx_lapack_dgetf2_block_avx512};
+struct block_kernels;
+#define VRX_GETF2_BLOCK_VARIANTS(T, x)                                                        \
+  template <>                                                                                 \
+  struct block_kernels<T> {                                                                   \
+    static constexpr vrx_variants<vrx_getf2_block_fn<T>> variants = {                         \
+        vrx_lapack_getf2_block_portable<T>, nullptr,  nullptr, nullptr, nullptr, nullptr,     \
+        vrx_lapack_##x##getf2_block_avx2,   vrx_lapack_##x##getf2_block_avx512};              \
+  };
+VRX_GETF2_BLOCK_VARIANTS(float, s)
+VRX_GETF2_BLOCK_VARIANTS(double, d)
+VRX_GETF2_BLOCK_VARIANTS(vrx_complex_float, c)
+VRX_GETF2_BLOCK_VARIANTS(vrx_complex_double, z)
+#undef VRX_GETF2_BLOCK_VARIANTS
 }  // namespace
 
 // Blocks of eight columns, so that a wide matrix streams through its rows once per block
@@ -29,7 +32,7 @@ constexpr vrx_variants<vrx_getf2_block_fn<double>> block_kernels<double> = {
 template <typename T>
 vrx_int vrx_lapack_getf2(vrx_int m, vrx_int n, T* a, vrx_int lda, vrx_int* ipiv) {
   static vrx_getf2_block_fn<T> cache;
-  const vrx_getf2_block_fn<T> block = vrx_serv_dispatch(&cache, block_kernels<T>);
+  const vrx_getf2_block_fn<T> block = vrx_serv_dispatch(&cache, block_kernels<T>::variants);
   const vrx_int mn = m < n ? m : n;
   vrx_int info = 0;
   for (vrx_int j = 0; j < mn; j += vrx_getf2_block_columns) {

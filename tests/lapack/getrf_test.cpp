@@ -213,32 +213,38 @@ bool has_avx512() {
          __builtin_cpu_supports("avx512bw") && __builtin_cpu_supports("avx512vl");
 }
 template <typename T>
-std::vector<block_kernel<T>> class_kernels() {
-  if constexpr (std::is_same_v<T, float>)
-    return {{"avx2", vrx_lapack_sgetf2_block_avx2, has_avx2()},
-            {"avx512", vrx_lapack_sgetf2_block_avx512, has_avx512()}};
-  else
-    return {{"avx2", vrx_lapack_dgetf2_block_avx2, has_avx2()},
-            {"avx512", vrx_lapack_dgetf2_block_avx512, has_avx512()}};
-}
+std::vector<block_kernel<T>> class_kernels();
+#define VRX_TEST_CLASS_KERNELS(T, x)                                                                 \
+  template <>                                                                                       \
+  std::vector<block_kernel<T>> class_kernels<T>() {                                                 \
+    return {{"avx2", vrx_lapack_##x##getf2_block_avx2, has_avx2()},                                 \
+            {"avx512", vrx_lapack_##x##getf2_block_avx512, has_avx512()}};                          \
+  }
+VRX_TEST_CLASS_KERNELS(float, s)
+VRX_TEST_CLASS_KERNELS(double, d)
+VRX_TEST_CLASS_KERNELS(vrx_complex_float, c)
+VRX_TEST_CLASS_KERNELS(vrx_complex_double, z)
+#undef VRX_TEST_CLASS_KERNELS
 
 template <typename T>
 class GetrfKernelTest : public testing::Test {};
-typedef testing::Types<float, double> real_types;
-TYPED_TEST_SUITE(GetrfKernelTest, real_types);
+TYPED_TEST_SUITE(GetrfKernelTest, element_types);
 
 // Blocks of one to eight columns at the top and further down, row counts around the
-// vector lengths, a zero column (info, and no scaling) and ties of the first column:
+// vector lengths, a zero column (info, and no scaling), ties of the first column and a
+// pivot below the safe minimum (divided by, exact multipliers):
 // the same pivots and info as the portable kernel, the values to rounding (the class
 // kernels fuse multiply and add).
 TYPED_TEST(GetrfKernelTest, ClassKernelsMatchThePortableOne) {
   typedef TypeParam T;
+  typedef vrx_real_t<T> R;
+  typedef vrx_traits<T> tr;
   struct block_case {
     int64_t m, j, jb, zero_column;  // zero_column: -1 for none
   };
   const block_case cases[] = {{1, 0, 1, -1},  {7, 0, 7, -1},   {13, 0, 8, 2},  {16, 0, 8, -1}, {17, 0, 8, -1},
                               {100, 0, 8, 5}, {100, 3, 5, -1}, {37, 30, 7, 31}, {203, 40, 8, -1}};
-  const T eps = vrx_machine<T>::eps;
+  const R eps = vrx_machine<R>::eps;
   for (const block_kernel<T>& kernel : class_kernels<T>()) {
     if (!kernel.runs) continue;
     uint64_t seed = 40;
@@ -246,7 +252,7 @@ TYPED_TEST(GetrfKernelTest, ClassKernelsMatchThePortableOne) {
       const int64_t n = c.j + c.jb, lda = c.m + 1;
       std::vector<T> a = vrx_test_lu_matrix<T>(c.m, n, lda, ++seed);
       if (c.zero_column >= 0)
-        for (int64_t i = 0; i < c.m; ++i) a[c.zero_column * lda + i] = 0;
+        for (int64_t i = 0; i < c.m; ++i) a[c.zero_column * lda + i] = tr::make(0, 0);
       std::vector<T> expected = a, got = a;
       std::vector<int64_t> ipiv_expected(n, -5), ipiv_got(n, -5);
       const int64_t info_expected =
@@ -258,17 +264,18 @@ TYPED_TEST(GetrfKernelTest, ClassKernelsMatchThePortableOne) {
       EXPECT_TRUE(ipiv_got == ipiv_expected);
       int bad = 0;
       for (std::size_t i = 0; i < got.size(); ++i)
-        bad += !(std::fabs(got[i] - expected[i]) <= 64 * eps * std::max(T(1), std::fabs(expected[i])));
+        bad += !(tr::abs1(got[i] - expected[i]) <= 64 * eps * std::max(R(1), tr::abs1(expected[i])));
       EXPECT_EQ(bad, 0);
     }
     // A pivot below the safe minimum is divided by: exact multipliers.
-    const T pivot = vrx_machine<T>::sfmin / 16;
-    std::vector<T> tiny = {pivot, pivot / 2, -pivot / 4, 0, 0};
+    const R pivot = vrx_machine<R>::sfmin / 16;
+    std::vector<T> tiny = {tr::make(pivot, 0), tr::make(pivot / 2, 0), tr::make(-pivot / 4, 0), tr::make(0, 0),
+                           tr::make(0, 0)};
     int64_t ipiv[1];
     EXPECT_EQ(kernel.fn(5, tiny.data(), 5, ipiv, 0, 1, 0), 0);
     EXPECT_EQ(ipiv[0], 1);
-    EXPECT_EQ(tiny[1], T(0.5));
-    EXPECT_EQ(tiny[2], T(-0.25));
+    EXPECT_TRUE(tiny[1] == tr::make(R(0.5), 0));
+    EXPECT_TRUE(tiny[2] == tr::make(R(-0.25), 0));
   }
 }
 
