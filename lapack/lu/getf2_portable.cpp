@@ -1,38 +1,9 @@
 // The portable GETF2 block kernel, every CPU type's fallback and the complex types'
 // kernel: the published column-by-column algorithm on a block of columns (pivot the
 // first largest |re| + |im|, interchange, scale, rank-one update).
-#include <cmath>
-
 #include "blas/vrx_level12.h"
 #include "lapack/lu/vrx_getf2_kernels.h"
-
-namespace {
-template <typename R>
-inline R modulus(R x) {
-  return std::fabs(x);
-}
-template <typename R>
-inline R modulus(vrx_complex<R> x) {
-  return std::hypot(x.re, x.im);
-}
-
-template <typename R>
-inline R divide(R x, R y) {
-  return x / y;
-}
-// Complex quotient scaled by the larger part of the divisor, so that no square of a
-// tiny or huge divisor is formed.
-template <typename R>
-inline vrx_complex<R> divide(vrx_complex<R> x, vrx_complex<R> y) {
-  if (std::fabs(y.re) >= std::fabs(y.im)) {
-    const R ratio = y.im / y.re, d = y.re + y.im * ratio;
-    return {(x.re + x.im * ratio) / d, (x.im - x.re * ratio) / d};
-  }
-  const R ratio = y.re / y.im, d = y.re * ratio + y.im;
-  return {(x.re * ratio + x.im) / d, (x.im * ratio - x.re) / d};
-}
-
-}  // namespace
+#include "lapack/lu/vrx_pivot_scale.h"
 
 // Columns [j, j + jb) on rows j to m - 1, one column at a time with the level-1 kernels
 // of this CPU type.
@@ -40,7 +11,6 @@ template <typename T>
 vrx_int vrx_lapack_getf2_block_portable(vrx_int m, T* a, vrx_int lda, vrx_int* ipiv, vrx_int j, vrx_int jb,
                                         vrx_int info) {
   typedef vrx_traits<T> tr;
-  typedef vrx_real_t<T> R;
   const vrx_level1_kernels<T>* l1 = vrx_blas_level1<T>();
   for (vrx_int k = j; k < j + jb; ++k) {
     T* column = a + k * lda;
@@ -55,14 +25,7 @@ vrx_int vrx_lapack_getf2_block_portable(vrx_int m, T* a, vrx_int lda, vrx_int* i
           x[k] = x[p];
           x[p] = t;
         }
-      const T pivot = column[k];
-      if (below > 0) {
-        if (modulus(pivot) >= vrx_machine<R>::sfmin) {
-          l1->scal(below, divide(tr::make(1, 0), pivot), column + k + 1);
-        } else {
-          for (vrx_int i = k + 1; i < m; ++i) column[i] = divide(column[i], pivot);
-        }
-      }
+      vrx_lapack_scale_by_pivot(below, column[k], column + k + 1);
     } else if (info == 0) {
       info = k + 1;
     }
