@@ -230,20 +230,34 @@ TEST(GetrfTeamHost, PackedOperandsOnTheWideCpuTypes) {
   }
 }
 
-TEST(GetrfTeamHost, HandlesThatCannotBeMadeLeavePackedModeOff) {
-  const vrx_child_result r = vrx_test_run(vrx_test_driver("getrf_team_driver"),
-                                          {"nohandle", "DZ", "300", "300", "16", "2", "4"}, settings("5", 4));
-  EXPECT_EQ(r.exit_status, 0);
-  EXPECT_EQ(r.output, line('D', "nohandle", 300, 300, VRX_GETRF_PATH_TEAM, 2, 2, 0, 4, 0, 0, 0) +
-                          line('Z', "nohandle", 300, 300, VRX_GETRF_PATH_TEAM, 2, 2, 0, 4, 0, 0, 0) + "ok\n");
-}
-
-TEST(GetrfTeamHost, BuffersThatCannotBeAllocatedTakeTheLookAheadPath) {
-  const vrx_child_result r = vrx_test_run(vrx_test_driver("getrf_team_driver"),
-                                          {"refused", "SZ", "200", "200", "16", "2", "4"}, settings("5", 4));
-  EXPECT_EQ(r.exit_status, 0);
-  EXPECT_EQ(r.output, line('S', "refused", 200, 200, VRX_GETRF_PATH_LOOKAHEAD, 0, 0, 0, 4, 0, 1, 0) +
-                          line('Z', "refused", 200, 200, VRX_GETRF_PATH_LOOKAHEAD, 0, 0, 0, 4, 0, 1, 0) + "ok\n");
+// One action of the driver in a fresh process on CPU type 5 with 4 threads, for what
+// needs the packed service or the process's memory to itself.
+TEST(GetrfTeamHost, PackedModeFailuresAndARegionThatCannotFork) {
+  struct action_case {
+    const char* name;
+    std::vector<std::string> args;
+    std::string expected;
+  };
+  const action_case cases[] = {
+      {"handles that can't be made leave packed mode off",
+       {"nohandle", "DZ", "300", "300", "16", "2", "4"},
+       line('D', "nohandle", 300, 300, VRX_GETRF_PATH_TEAM, 2, 2, 0, 4, 0, 0, 0) +
+           line('Z', "nohandle", 300, 300, VRX_GETRF_PATH_TEAM, 2, 2, 0, 4, 0, 0, 0)},
+      {"buffers that can't be allocated take the look-ahead path",
+       {"refused", "SZ", "200", "200", "16", "2", "4"},
+       line('S', "refused", 200, 200, VRX_GETRF_PATH_LOOKAHEAD, 0, 0, 0, 4, 0, 1, 0) +
+           line('Z', "refused", 200, 200, VRX_GETRF_PATH_LOOKAHEAD, 0, 0, 0, 4, 0, 1, 0)},
+      {"a region that can't fork, packed operands on",
+       {"nested", "CD", "200", "200", "16", "2", "4"},
+       line('C', "nested", 200, 200, VRX_GETRF_PATH_TEAM, 1, 2, 1, 1, 0, 0, 0) +
+           line('D', "nested", 200, 200, VRX_GETRF_PATH_TEAM, 1, 2, 1, 1, 0, 0, 0)},
+  };
+  for (const action_case& c : cases) {
+    SCOPED_TRACE(c.name);
+    const vrx_child_result r = vrx_test_run(vrx_test_driver("getrf_team_driver"), c.args, settings("5", 4));
+    EXPECT_EQ(r.exit_status, 0);
+    EXPECT_EQ(r.output, c.expected + "ok\n");
+  }
 }
 
 // Order 200 in blocks of 16: the first panel ends at 16, the teams' panels at 192, the
