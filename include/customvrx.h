@@ -48,6 +48,35 @@ void VRX_Dimatcopy(char ordering, char trans, size_t rows, size_t cols, double a
 void VRX_Domatcopy(char ordering, char trans, size_t rows, size_t cols, double alpha, const double *a, size_t lda,
                    double *b, size_t ldb);
 
+/* ---- LAPACKE: LU factorisation, solves and inverse ----
+   matrix_layout is LAPACK_ROW_MAJOR or LAPACK_COL_MAJOR. The result is 0 on success; above 0
+   the routine's own condition (U(i,i) is exactly zero for i = the result); -k when argument k
+   is bad (counting matrix_layout as 1) or its matrix holds a NaN; -1010 when the work array
+   and -1011 when a transposition copy cannot be allocated. Bad arguments and lack of memory
+   print one line on stdout. ipiv holds 1-based rows. */
+#ifndef lapack_int
+#define lapack_int int
+#endif
+#ifndef LAPACK_ROW_MAJOR
+#define LAPACK_ROW_MAJOR 101
+#endif
+#ifndef LAPACK_COL_MAJOR
+#define LAPACK_COL_MAJOR 102
+#endif
+/* A = P L U of an m by n matrix; ipiv gets min(m, n) elements. */
+lapack_int LAPACKE_dgetrf(int matrix_layout, lapack_int m, lapack_int n, double *a, lapack_int lda,
+                          lapack_int *ipiv);
+lapack_int LAPACKE_sgetrf(int matrix_layout, lapack_int m, lapack_int n, float *a, lapack_int lda,
+                          lapack_int *ipiv);
+/* op(A) X = B with the factors of LAPACKE_?getrf; trans 'N', 'T' or 'C' (either case); the
+   solution replaces B (n by nrhs). */
+lapack_int LAPACKE_dgetrs(int matrix_layout, char trans, lapack_int n, lapack_int nrhs, const double *a,
+                          lapack_int lda, const lapack_int *ipiv, double *b, lapack_int ldb);
+lapack_int LAPACKE_sgetrs(int matrix_layout, char trans, lapack_int n, lapack_int nrhs, const float *a,
+                          lapack_int lda, const lapack_int *ipiv, float *b, lapack_int ldb);
+/* inv(A) in place of the factors of LAPACKE_dgetrf. */
+lapack_int LAPACKE_dgetri(int matrix_layout, lapack_int n, double *a, lapack_int lda, const lapack_int *ipiv);
+
 /* ---- Jacobian by central differences ----
    fjac (m by n, column-major, leading dimension m) := the Jacobian of fcn at x, with step
    parameter *eps. fcn(m, n, x, f) writes m values to f at the point x; it is called 2n times,

@@ -1,6 +1,7 @@
 // DGEMM: the Fortran-style wrapper of the matrix product, with its checker.
 #include <cstdio>
 #include "blas/vrx_blas.h"
+#include "interface/fortran/vrx_wrapper_frame.h"
 #include "interface/vrx_interface.h"
 #include "service/vrx_serv.h"
 
@@ -34,28 +35,22 @@ extern "C" void DGEMM(const char* transa, const char* transb, const int* m, cons
                       const double* beta, double* c, const int* ldc) {
   vrx_serv_set_xerbla(XERBLA);
   const vrx_int m64 = *m, n64 = *n, k64 = *k, lda64 = *lda, ldb64 = *ldb, ldc64 = *ldc;
-  int verbose = *__atomic_load_n(&verbose_state, __ATOMIC_ACQUIRE);
-  double elapsed = 0.0;
+  vrx_wrapper_call(
+      &verbose_state, [&] { return dgemm_check(transa, transb, m64, n64, k64, lda64, ldb64, ldc64); },
+      [&] {
+        vrx_blas_dgemm_gate(transa, transb, &m64, &n64, &k64, alpha, a, &lda64, b, &ldb64, beta, c, &ldc64, 1, 1);
+      },
+      [] {},
+      [&](char* line, std::size_t size) {
+        std::snprintf(line, size, "DGEMM(%c,%c,%d,%d,%d,%p,%p,%d,%p,%d,%p,%p,%d)", *transa, *transb, *m, *n, *k,
+                      static_cast<const void*>(alpha), static_cast<const void*>(a), *lda,
+                      static_cast<const void*>(b), *ldb, static_cast<const void*>(beta), static_cast<const void*>(c),
+                      *ldc);
+      });
+}
 
-  if (dgemm_check(transa, transb, m64, n64, k64, lda64, ldb64, ldc64)) {
-    if (verbose == -1) verbose = vrx_serv_verbose_settle(&verbose_state);
-    if (verbose == 0) return;
-    elapsed = -vrx_serv_second();
-  } else if (verbose == 0) {
-    vrx_blas_dgemm_gate(transa, transb, &m64, &n64, &k64, alpha, a, &lda64, b, &ldb64, beta, c, &ldc64, 1, 1);
-    return;
-  } else {
-    verbose = vrx_serv_verbose_settle(&verbose_state);
-    if (verbose != 0) elapsed = -vrx_serv_second();
-    vrx_blas_dgemm_gate(transa, transb, &m64, &n64, &k64, alpha, a, &lda64, b, &ldb64, beta, c, &ldc64, 1, 1);
-    if (verbose == 0) return;
-  }
-
-  if (elapsed != 0.0) elapsed += vrx_serv_second();
-  char line[200];
-  std::snprintf(line, 199, "DGEMM(%c,%c,%d,%d,%d,%p,%p,%d,%p,%d,%p,%p,%d)", *transa, *transb, *m, *n, *k,
-                static_cast<const void*>(alpha), static_cast<const void*>(a), *lda, static_cast<const void*>(b),
-                *ldb, static_cast<const void*>(beta), static_cast<const void*>(c), *ldc);
-  line[199] = '\0';
-  vrx_serv_verbose_print(-1, line, elapsed);
+extern "C" void dgemm(const char* transa, const char* transb, const int* m, const int* n, const int* k,
+                      const double* alpha, const double* a, const int* lda, const double* b, const int* ldb,
+                      const double* beta, double* c, const int* ldc) {
+  DGEMM(transa, transb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);
 }
