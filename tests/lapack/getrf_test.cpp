@@ -167,7 +167,7 @@ TYPED_TEST(GetrfTest, FirstLargestMagnitudeIsThePivot) {
 // A zero first column: the first pivot is zero, info 1, the rest is factored.
 TYPED_TEST(GetrfTest, ZeroFirstColumnIsCarriedToTheEnd) {
   std::vector<TypeParam> a = vrx_test_lu_matrix<TypeParam>(30, 30, 33, 8);
-  vrx_test_lu_make_dependent(a, 30, 33, 0);
+  vrx_test_lu_zero_column(a, 30, 33, 0);
   for (factor_fn<TypeParam> factor : {seq<TypeParam>, unblocked<TypeParam>}) {
     const outcome out = factor_and_check(factor, a, 30, 30);
     EXPECT_EQ(out.info, 1);

@@ -1,7 +1,6 @@
 // Checks of an LU factorisation as the published test suite makes them: the residual
 // ratio ||P A - L U||_1 / (n ||A||_1 eps), computed in the wider precision, with eps of
-// T's precision; plus test matrices (random, singular in chosen columns) and the
-// comparison of pivots and info between two factorisations.
+// T's precision; plus test matrices (random, with chosen zero columns) and the padding check.
 #pragma once
 #include <algorithm>
 #include <cmath>
@@ -22,18 +21,11 @@ std::vector<T> vrx_test_lu_matrix(int64_t m, int64_t n, int64_t lda, uint64_t se
   return a;
 }
 
-// Makes column `col` (from 0) a combination of the columns before it, so that U(col, col)
-// is zero in exact arithmetic; with col = 0 the column becomes zero. Combinations of two
-// columns with weights 1/2 and 1/4 stay exact in binary, so the zero pivot is exact too.
+// Zeroes column `col` (from 0): every elimination leaves a zero column zero, so U(col, col)
+// is exactly zero on every path and info names the first such column.
 template <typename T>
-void vrx_test_lu_make_dependent(std::vector<T>& a, int64_t m, int64_t lda, int64_t col) {
-  typedef vrx_real_t<T> R;
-  for (int64_t i = 0; i < m; ++i) {
-    T v = vrx_traits<T>::make(0, 0);
-    if (col >= 1) v = vrx_traits<T>::scale(R(0.5), a[(col - 1) * lda + i]);
-    if (col >= 2) v = v + vrx_traits<T>::scale(R(0.25), a[(col - 2) * lda + i]);
-    a[col * lda + i] = v;
-  }
+void vrx_test_lu_zero_column(std::vector<T>& a, int64_t m, int64_t lda, int64_t col) {
+  for (int64_t i = 0; i < m; ++i) a[col * lda + i] = vrx_traits<T>::make(0, 0);
 }
 
 // ||P A - L U||_1 / (n ||A||_1 eps) for the factors in `lu` (as xGETRF leaves them) and
