@@ -2,7 +2,6 @@
 // verbose line with its timed span. Members supply these steps as small callables.
 #pragma once
 #include <cstddef>
-#include <cstdio>
 
 #include "service/vrx_serv.h"
 
