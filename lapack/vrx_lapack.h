@@ -94,3 +94,27 @@ vrx_trtri_fn_type<float> vrx_lapack_strtri;
 vrx_trtri_fn_type<double> vrx_lapack_dtrtri;
 vrx_trtri_fn_type<vrx_complex_float> vrx_lapack_ctrtri;
 vrx_trtri_fn_type<vrx_complex_double> vrx_lapack_ztrtri;
+
+// ---- Cholesky ----
+// A = U^H U (uplo U) or L L^H (uplo L), one triangle stored and overwritten; info k > 0:
+// the leading minor of order k is not positive definite; -1002: stopped.
+template <typename T>
+using vrx_potrf_fn_type = void(const char* uplo, const vrx_int* n, T* a, const vrx_int* lda, vrx_int* info);
+// A X = B with the factor of xPOTRF.
+template <typename T>
+using vrx_potrs_fn_type = void(const char* uplo, const vrx_int* n, const vrx_int* nrhs, const T* a,
+                               const vrx_int* lda, T* b, const vrx_int* ldb, vrx_int* info);
+// The entries that hold the offload gate's place, and the host routines (path choice, no
+// parameter checks).
+vrx_potrf_fn_type<float> vrx_lapack_SPOTRF;
+vrx_potrf_fn_type<double> vrx_lapack_DPOTRF;
+vrx_potrf_fn_type<vrx_complex_float> vrx_lapack_CPOTRF;
+vrx_potrf_fn_type<vrx_complex_double> vrx_lapack_ZPOTRF;
+vrx_potrf_fn_type<float> vrx_lapack_spotrf_host;
+vrx_potrf_fn_type<double> vrx_lapack_dpotrf_host;
+vrx_potrf_fn_type<vrx_complex_float> vrx_lapack_cpotrf_host;
+vrx_potrf_fn_type<vrx_complex_double> vrx_lapack_zpotrf_host;
+vrx_potrs_fn_type<float> vrx_lapack_spotrs;
+vrx_potrs_fn_type<double> vrx_lapack_dpotrs;
+vrx_potrs_fn_type<vrx_complex_float> vrx_lapack_cpotrs;
+vrx_potrs_fn_type<vrx_complex_double> vrx_lapack_zpotrs;
