@@ -14,6 +14,7 @@
 #include "lapack/solve/vrx_solve.h"
 #include "lapack/solve_check.h"
 #include "service/vrx_serv.h"
+#include "support/child_process.h"
 #include "support/lu_check.h"
 
 namespace {
@@ -145,25 +146,51 @@ namespace {
 vrx_int ask(vrx_int key, const char* name, vrx_int n, vrx_int threads) {
   return vrx_lapack_inverse_tuning(&key, name, "UN", &n, &threads);
 }
+
+// Answers of the driver in a child process of the given CPU type, one per query.
+std::vector<std::string> answers_of_cpu_type(const char* cpu, const std::vector<std::string>& queries) {
+  const vrx_child_result run =
+      vrx_test_run(vrx_test_driver("inverse_tuning_driver"), queries, {{"VRX_DEBUG_CPU_TYPE", cpu}});
+  EXPECT_EQ(run.exit_status, 0);
+  std::vector<std::string> lines;
+  std::size_t start = 0;
+  for (std::size_t end; (end = run.output.find('\n', start)) != std::string::npos; start = end + 1)
+    lines.push_back(run.output.substr(start, end - start));
+  return lines;
+}
 }  // namespace
 
-TEST(InverseTuning, BlockSizeByOrderAndThreads) {
+// Key 1 by order and threads, on a CPU type above 0 and on type 0 (64 everywhere); the
+// CPU type is read once per process, so each runs in a child. GETRI's query asks with
+// the LAPACK domain's thread count.
+TEST(InverseTuning, BlockSizeByOrderThreadsAndCpuType) {
   struct row {
-    vrx_int n, threads, block;
+    const char* query;
+    vrx_int block;
   };
   const row rows[] = {
-      {1, 1, 64},       {999, 40, 64},    {1000, 1, 224},   {2000, 15, 224},  {2001, 1, 384},  {3500, 15, 384},
-      {3501, 1, 576},   {7500, 1, 576},   {7501, 15, 672},  {1000, 16, 64},   {2500, 16, 64},  {2501, 16, 384},
-      {3500, 16, 384},  {3501, 16, 576},  {7500, 16, 576},  {7501, 16, 672},  {1000, 17, 384}, {1500, 24, 384},
-      {1501, 17, 512},  {3500, 24, 512},  {3501, 17, 896},  {90000, 24, 896}, {1000, 25, 320}, {5000, 99, 320},
-      {5001, 25, 480},  {8000, 25, 480},  {8001, 25, 640},  {1200, 0, 224},
+      {"1,DGETRI,1,1", 64},        {"1,DGETRI,999,40", 64},     {"1,DGETRI,1000,1", 224},
+      {"1,DGETRI,2000,15", 224},   {"1,DGETRI,2001,1", 384},    {"1,DGETRI,3500,15", 384},
+      {"1,DGETRI,3501,1", 576},    {"1,DGETRI,7500,1", 576},    {"1,ztrtri,7501,15", 672},
+      {"1,DGETRI,1000,16", 64},    {"1,DGETRI,2500,16", 64},    {"1,DGETRI,2501,16", 384},
+      {"1,DGETRI,3500,16", 384},   {"1,DGETRI,3501,16", 576},   {"1,DGETRI,7500,16", 576},
+      {"1,STRTRI,7501,16", 672},   {"1,DGETRI,1000,17", 384},   {"1,DGETRI,1500,24", 384},
+      {"1,DGETRI,1501,17", 512},   {"1,DGETRI,3500,24", 512},   {"1,DGETRI,3501,17", 896},
+      {"1,cgetri,90000,24", 896},  {"1,DGETRI,1000,25", 320},   {"1,DGETRI,5000,99", 320},
+      {"1,DGETRI,5001,25", 480},   {"1,DGETRI,8000,25", 480},   {"1,DGETRI,8001,25", 640},
+      {"1,DGETRI,1200,0", 224},    {"getri,1500,1", 224 * 1500}, {"getri,1500,16", 64 * 1500},
+      {"getri,1500,20", 384 * 1500}, {"getri,1500,32", 320 * 1500}, {"getri,999,32", 64 * 999},
   };
-  // CPU type 0 answers 64 for every order.
-  const bool baseline = vrx_serv_cpu_detect() == 0;
-  for (const row& r : rows) {
-    const vrx_int want = baseline ? 64 : r.block;
-    EXPECT_EQ(ask(1, "DGETRI", r.n, r.threads), want) << r.n << " " << r.threads;
-    EXPECT_EQ(ask(1, "ztrtri", r.n, r.threads), want) << r.n << " " << r.threads;
+  std::vector<std::string> queries;
+  for (const row& r : rows) queries.push_back(r.query);
+  const std::vector<std::string> typed = answers_of_cpu_type("2", queries), baseline = answers_of_cpu_type("0", queries);
+  ASSERT_EQ(typed.size(), queries.size());
+  ASSERT_EQ(baseline.size(), queries.size());
+  for (std::size_t i = 0; i < queries.size(); ++i) {
+    const bool workspace = queries[i][0] == 'g';
+    const vrx_int n = workspace ? std::stoll(queries[i].substr(6)) : 1;
+    EXPECT_EQ(typed[i], std::to_string(rows[i].block)) << queries[i];
+    EXPECT_EQ(baseline[i], std::to_string(workspace ? 64 * n : 64)) << queries[i];
   }
 }
 
@@ -180,4 +207,5 @@ TEST(InverseTuning, OtherKeysAndNames) {
   for (const row& r : rows) EXPECT_EQ(ask(r.key, r.name, 2000, 4), r.answer) << r.key << " " << r.name;
   EXPECT_EQ(ask(3, "DGETRI", 10, 1), vrx_serv_get_max_threads());
   EXPECT_EQ(ask(6, "DGETRI", 10, 1), vrx_serv_cpu_detect());
+  EXPECT_EQ(answers_of_cpu_type("2", {"6,DGETRI,1,1"}), std::vector<std::string>{"2"});
 }
