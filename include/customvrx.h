@@ -77,6 +77,19 @@ lapack_int LAPACKE_sgetrs(int matrix_layout, char trans, lapack_int n, lapack_in
 /* inv(A) in place of the factors of LAPACKE_dgetrf. */
 lapack_int LAPACKE_dgetri(int matrix_layout, lapack_int n, double *a, lapack_int lda, const lapack_int *ipiv);
 
+/* ---- LAPACKE: Cholesky factorisation and solves ----
+   A is symmetric positive definite, of which only the triangle named by uplo ('U' or 'L',
+   either case) is read and written: A = U^T U or A = L L^T. Results as for the LU members;
+   above 0, the leading minor of that order is not positive definite. Only the stored
+   triangle is screened for NaN. */
+lapack_int LAPACKE_dpotrf(int matrix_layout, char uplo, lapack_int n, double *a, lapack_int lda);
+lapack_int LAPACKE_spotrf(int matrix_layout, char uplo, lapack_int n, float *a, lapack_int lda);
+/* A X = B with the factor of LAPACKE_?potrf; the solution replaces B (n by nrhs). */
+lapack_int LAPACKE_dpotrs(int matrix_layout, char uplo, lapack_int n, lapack_int nrhs, const double *a,
+                          lapack_int lda, double *b, lapack_int ldb);
+lapack_int LAPACKE_spotrs(int matrix_layout, char uplo, lapack_int n, lapack_int nrhs, const float *a,
+                          lapack_int lda, float *b, lapack_int ldb);
+
 /* ---- Jacobian by central differences ----
    fjac (m by n, column-major, leading dimension m) := the Jacobian of fcn at x, with step
    parameter *eps. fcn(m, n, x, f) writes m values to f at the point x; it is called 2n times,

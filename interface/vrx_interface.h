@@ -31,6 +31,23 @@ void sgetrs(const char* trans, const int* n, const int* nrhs, const float* a, co
 void DGETRI(const int* n, double* a, const int* lda, const int* ipiv, double* work, const int* lwork, int* info);
 void dgetri(const int* n, double* a, const int* lda, const int* ipiv, double* work, const int* lwork, int* info);
 
+// A = U^T U (uplo U) or L L^T (uplo L) in the stored triangle; info k > 0: the leading
+// minor of order k is not positive definite. The checker reports under DPOTRF.
+void DPOTRF(const char* uplo, const int* n, double* a, const int* lda, int* info);
+void dpotrf(const char* uplo, const int* n, double* a, const int* lda, int* info);
+void SPOTRF(const char* uplo, const int* n, float* a, const int* lda, int* info);
+void spotrf(const char* uplo, const int* n, float* a, const int* lda, int* info);
+
+// A X = B with the factor of xPOTRF.
+void DPOTRS(const char* uplo, const int* n, const int* nrhs, const double* a, const int* lda, double* b,
+            const int* ldb, int* info);
+void dpotrs(const char* uplo, const int* n, const int* nrhs, const double* a, const int* lda, double* b,
+            const int* ldb, int* info);
+void SPOTRS(const char* uplo, const int* n, const int* nrhs, const float* a, const int* lda, float* b,
+            const int* ldb, int* info);
+void spotrs(const char* uplo, const int* n, const int* nrhs, const float* a, const int* lda, float* b,
+            const int* ldb, int* info);
+
 // Blocks of the LAPACKE layers and of the wrappers' temporaries: the thread's pool,
 // aligned to 128 bytes.
 void* LAPACKE_malloc(std::size_t size);
@@ -51,4 +68,18 @@ inline void vrx_fortran_getrs(const char* trans, const int* n, const int* nrhs, 
 inline void vrx_fortran_getrs(const char* trans, const int* n, const int* nrhs, const float* a, const int* lda,
                               const int* ipiv, float* b, const int* ldb, int* info) {
   SGETRS(trans, n, nrhs, a, lda, ipiv, b, ldb, info);
+}
+inline void vrx_fortran_potrf(const char* uplo, const int* n, double* a, const int* lda, int* info) {
+  DPOTRF(uplo, n, a, lda, info);
+}
+inline void vrx_fortran_potrf(const char* uplo, const int* n, float* a, const int* lda, int* info) {
+  SPOTRF(uplo, n, a, lda, info);
+}
+inline void vrx_fortran_potrs(const char* uplo, const int* n, const int* nrhs, const double* a, const int* lda,
+                              double* b, const int* ldb, int* info) {
+  DPOTRS(uplo, n, nrhs, a, lda, b, ldb, info);
+}
+inline void vrx_fortran_potrs(const char* uplo, const int* n, const int* nrhs, const float* a, const int* lda,
+                              float* b, const int* ldb, int* info) {
+  SPOTRS(uplo, n, nrhs, a, lda, b, ldb, info);
 }

@@ -41,6 +41,10 @@ int LAPACKE_dgetrs_work(int layout, char trans, int n, int nrhs, const double* a
 int LAPACKE_sgetrs_work(int layout, char trans, int n, int nrhs, const float* a, int lda, const int* ipiv, float* b,
                         int ldb);
 int LAPACKE_dgetri_work(int layout, int n, double* a, int lda, const int* ipiv, double* work, int lwork);
+int LAPACKE_dpotrf_work(int layout, char uplo, int n, double* a, int lda);
+int LAPACKE_spotrf_work(int layout, char uplo, int n, float* a, int lda);
+int LAPACKE_dpotrs_work(int layout, char uplo, int n, int nrhs, const double* a, int lda, double* b, int ldb);
+int LAPACKE_spotrs_work(int layout, char uplo, int n, int nrhs, const float* a, int lda, float* b, int ldb);
 }
 
 // Phases of the NaN screening run on this thread, for tests.
@@ -56,6 +60,18 @@ inline void vrx_lapacke_ge_trans(int layout, int m, int n, const double* in, int
 }
 inline void vrx_lapacke_ge_trans(int layout, int m, int n, const float* in, int ldin, float* out, int ldout) {
   LAPACKE_sge_trans(layout, m, n, in, ldin, out, ldout);
+}
+inline void vrx_lapacke_po_trans(int layout, char uplo, int n, const double* in, int ldin, double* out, int ldout) {
+  LAPACKE_dpo_trans(layout, uplo, n, in, ldin, out, ldout);
+}
+inline void vrx_lapacke_po_trans(int layout, char uplo, int n, const float* in, int ldin, float* out, int ldout) {
+  LAPACKE_spo_trans(layout, uplo, n, in, ldin, out, ldout);
+}
+inline int vrx_lapacke_po_nancheck(int layout, char uplo, int n, const double* a, int lda) {
+  return LAPACKE_dpo_nancheck(layout, uplo, n, a, lda);
+}
+inline int vrx_lapacke_po_nancheck(int layout, char uplo, int n, const float* a, int lda) {
+  return LAPACKE_spo_nancheck(layout, uplo, n, a, lda);
 }
 inline int vrx_lapacke_ge_nancheck(int layout, int m, int n, const double* a, int lda) {
   return LAPACKE_dge_nancheck(layout, m, n, a, lda);

@@ -37,17 +37,25 @@ inline int vrx_lapacke_check_lds(const char* name, std::initializer_list<vrx_lap
 }
 
 // One column-major copy of a row-major argument: `in` is copied in unless null, the copy
-// goes back to `out` unless null.
+// goes back to `out` unless null. With `uplo` given, only that triangle is copied.
 template <typename T>
 struct vrx_lapacke_copy {
   const T* in;
   T* out;
   int rows;
   int cols;
-  int ld;  // the caller's leading dimension
+  int ld;                      // the caller's leading dimension
+  const char* uplo = nullptr;  // the stored triangle of a square matrix, or null for all of it
   T* copy = nullptr;
   int copy_ld = 1;  // max(1, rows)
 };
+
+// Copies a matrix, or its triangle, from `layout` into the other layout.
+template <typename T>
+void vrx_lapacke_copy_trans(const vrx_lapacke_copy<T>& c, int layout, const T* in, int ldin, T* out, int ldout) {
+  if (c.uplo) vrx_lapacke_po_trans(layout, *c.uplo, c.rows, in, ldin, out, ldout);
+  else vrx_lapacke_ge_trans(layout, c.rows, c.cols, in, ldin, out, ldout);
+}
 
 // The row-major road after the checks: allocates the copies in order (the first failure
 // gives -1011 and its message), fills them, runs `call()` (the wrapper on the copies),
@@ -68,10 +76,10 @@ int vrx_lapacke_through_copies(const char* name, vrx_lapacke_copy<T> (&copies)[N
   }
   if (info == 0) {
     for (const vrx_lapacke_copy<T>& c : copies)
-      vrx_lapacke_ge_trans(LAPACK_ROW_MAJOR, c.rows, c.cols, c.in, c.ld, c.copy, c.copy_ld);
+      vrx_lapacke_copy_trans(c, LAPACK_ROW_MAJOR, c.in, c.ld, c.copy, c.copy_ld);
     info = vrx_lapacke_counted(call());
     for (const vrx_lapacke_copy<T>& c : copies)
-      vrx_lapacke_ge_trans(LAPACK_COL_MAJOR, c.rows, c.cols, c.copy, c.copy_ld, c.out, c.ld);
+      vrx_lapacke_copy_trans(c, LAPACK_COL_MAJOR, c.copy, c.copy_ld, c.out, c.ld);
   }
   while (made > 0) LAPACKE_free(copies[--made].copy);
   if (info == -1011) LAPACKE_xerbla(name, -1011);
@@ -80,7 +88,8 @@ int vrx_lapacke_through_copies(const char* name, vrx_lapacke_copy<T> (&copies)[N
 
 // ---- high-level layer ----
 
-// An input matrix screened for NaN; one found gives `info`.
+// An input matrix screened for NaN; one found gives `info`. With `uplo` given, only that
+// triangle of the square matrix is screened (a bad letter screens as clean).
 template <typename T>
 struct vrx_lapacke_screen {
   const T* a;
@@ -88,6 +97,7 @@ struct vrx_lapacke_screen {
   int cols;
   int ld;
   int info;
+  const char* uplo = nullptr;
 };
 
 // The layout check, then the screens in argument order: 0 to go on, else the result.
@@ -98,7 +108,9 @@ int vrx_lapacke_enter(const char* name, int layout, std::initializer_list<vrx_la
     return -1;
   }
   for (const vrx_lapacke_screen<T>& s : screens)
-    if (vrx_lapacke_ge_nancheck(layout, s.rows, s.cols, s.a, s.ld)) return s.info;
+    if (s.uplo ? vrx_lapacke_po_nancheck(layout, *s.uplo, s.rows, s.a, s.ld)
+               : vrx_lapacke_ge_nancheck(layout, s.rows, s.cols, s.a, s.ld))
+      return s.info;
   return 0;
 }
 
