@@ -4,32 +4,9 @@
 // interchanges left of each panel.
 #include <algorithm>
 
+#include "lapack/lu/vrx_getrf_corner.h"
 #include "lapack/lu/vrx_getrf_queue.h"
 #include "lapack/sched/vrx_task_queue.h"
-
-namespace {
-// Each block column left of a panel takes the interchanges of every later panel.
-template <typename T>
-void swap_left_columns(vrx_int m, vrx_int n, T* a, vrx_int lda, const vrx_int* ipiv, int t, vrx_int nb,
-                       vrx_int npan) {
-  const vrx_int rows = std::min(m, n);
-#pragma omp parallel for schedule(dynamic, 1) num_threads(t)
-  for (vrx_int i = 1; i <= npan; ++i)
-    vrx_lapack_laswp_sequential(nb, a + (i - 1) * nb * lda, lda, i * nb + 1, rows, ipiv, 1);
-}
-
-// The part from row and column `start` to row m and column n, factored by the recursion
-// on the calling thread; returns 1 when the progress hook asked to stop.
-template <typename T>
-int factor_part(vrx_int m, vrx_int n, T* a, vrx_int lda, vrx_int* ipiv, vrx_int* info, vrx_int start) {
-  vrx_int part_info = 0;
-  if (vrx_lapack_getrf_recursive(m - start, n - start, a + start + start * lda, lda, ipiv + start, &part_info, 0,
-                                 start))
-    return 1;
-  vrx_lapack_getrf_merge(info, part_info, start, ipiv + start, std::min(m, n) - start);
-  return 0;
-}
-}  // namespace
 
 template <typename T>
 int vrx_lapack_getrf_queue(vrx_int m, vrx_int n, T* a, vrx_int lda, vrx_int* ipiv, vrx_int* info, int t, vrx_int nb) {
@@ -48,8 +25,10 @@ int vrx_lapack_getrf_queue(vrx_int m, vrx_int n, T* a, vrx_int lda, vrx_int* ipi
   trace->nb = nb;
   vrx_getrf_queue_region<T> region = {m, n, lda, nb, a, ipiv, info, state, t, 0, 1};
   // The first panel is the only one factored before the workers start.
-  int stop = factor_part(m, nb, a, lda, ipiv, info, 0);
+  vrx_int first_info = 0;
+  int stop = vrx_lapack_getrf_recursive(m, nb, a, lda, ipiv, &first_info, 0, 0);
   if (!stop) {
+    vrx_lapack_getrf_merge(info, first_info, 0, ipiv, nb);
 #pragma omp parallel num_threads(t)
     vrx_lapack_getrf_worker(&region);
     trace->region_threads = region.region_threads;
@@ -57,8 +36,7 @@ int vrx_lapack_getrf_queue(vrx_int m, vrx_int n, T* a, vrx_int lda, vrx_int* ipi
     trace->tail = state[VRX_SCHED_TAIL];
     stop = region.stop;
   }
-  if (!stop) stop = factor_part(m, n, a, lda, ipiv, info, npan * nb);
-  if (!stop) swap_left_columns(m, n, a, lda, ipiv, t, nb, npan);
+  if (!stop) stop = vrx_lapack_getrf_corner(m, n, a, lda, ipiv, info, t, nb, npan);
   vrx_lapack_sched_release(state);
   if (stop) *info = -1002;
   return 0;
