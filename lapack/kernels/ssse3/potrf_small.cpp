@@ -1,0 +1,4 @@
+// Unblocked Cholesky kernels of the ssse3 class: the shared body under this folder's flags.
+#include "lapack/kernels/potrf_small_body.h"
+
+VRX_POTRF_SMALL_KERNELS(ssse3)
