@@ -2,9 +2,9 @@
 #include <algorithm>
 #include <cstdio>
 
+#include "interface/fortran/vrx_wrapper_engine.h"
 #include "interface/fortran/vrx_wrapper_frame.h"
 #include "interface/vrx_interface.h"
-#include "lapack/vrx_lapack.h"
 
 namespace {
 template <typename T>
@@ -18,29 +18,13 @@ constexpr vrx_int gate_order = 8192;
 template <typename T>
 vrx_getrf_fn_type<T>* road_taken = nullptr;
 
-template <typename T>
-struct roads;
-template <>
-struct roads<double> {
-  static constexpr vrx_getrf_fn_type<double>* host = vrx_lapack_dgetrf_host;
-  static constexpr vrx_getrf_fn_type<double>* gate = vrx_lapack_DGETRF;
-};
-template <>
-struct roads<float> {
-  static constexpr vrx_getrf_fn_type<float>* host = vrx_lapack_sgetrf_host;
-  static constexpr vrx_getrf_fn_type<float>* gate = vrx_lapack_SGETRF;
-};
-
 // Both precisions report under "DGETRF".
 int getrf_check(vrx_int m, vrx_int n, vrx_int lda, vrx_int* info) {
   int position = 0;
   if (m < 0) position = 1;
   else if (n < 0) position = 2;
   else if (lda < std::max<vrx_int>(1, m)) position = 4;
-  if (position == 0) return 0;
-  *info = -position;
-  vrx_serv_xerbla("DGETRF", &position, 6);
-  return 1;
+  return vrx_wrapper_reject("DGETRF", position, info);
 }
 
 template <typename T>
@@ -56,7 +40,8 @@ void getrf_wrapper(const int* m, const int* n, T* a, const int* lda, int* ipiv, 
   vrx_wrapper_call(
       &verbose_state<T>, [&] { return getrf_check(m64, n64, lda64, &info64); },
       [&] {
-        vrx_getrf_fn_type<T>* road = m64 < gate_order || n64 < gate_order ? roads<T>::host : roads<T>::gate;
+        typedef vrx_wrapper_engine<T> engine;
+        vrx_getrf_fn_type<T>* road = m64 < gate_order || n64 < gate_order ? engine::getrf_host : engine::getrf_gate;
         __atomic_store_n(&road_taken<T>, road, __ATOMIC_RELAXED);
         __atomic_load_n(&road_taken<T>, __ATOMIC_RELAXED)(&m64, &n64, a, &lda64, ipiv64, &info64);
       },

@@ -3,24 +3,13 @@
 #include <algorithm>
 #include <cstdio>
 
+#include "interface/fortran/vrx_wrapper_engine.h"
 #include "interface/fortran/vrx_wrapper_frame.h"
 #include "interface/vrx_interface.h"
-#include "lapack/vrx_lapack.h"
 
 namespace {
 template <typename T>
 const int* verbose_state = &vrx_serv_verbose_unasked;
-
-template <typename T>
-struct solve;
-template <>
-struct solve<double> {
-  static constexpr vrx_getrs_fn_type<double>* routine = vrx_lapack_dgetrs;
-};
-template <>
-struct solve<float> {
-  static constexpr vrx_getrs_fn_type<float>* routine = vrx_lapack_sgetrs;
-};
 
 template <typename T>
 void getrs_wrapper(const char* trans, const int* n, const int* nrhs, const T* a, const int* lda, const int* ipiv, T* b,
@@ -33,7 +22,7 @@ void getrs_wrapper(const char* trans, const int* n, const int* nrhs, const T* a,
   vrx_int info64 = 0;
   vrx_wrapper_call(
       &verbose_state<T>, [] { return 0; },
-      [&] { solve<T>::routine(trans, &n64, &nrhs64, a, &lda64, ipiv64, b, &ldb64, &info64); },
+      [&] { vrx_wrapper_engine<T>::getrs(trans, &n64, &nrhs64, a, &lda64, ipiv64, b, &ldb64, &info64); },
       [&] {
         *info = static_cast<int>(info64);
         LAPACKE_free(ipiv64);

@@ -2,24 +2,13 @@
 // below checks its own arguments.
 #include <cstdio>
 
+#include "interface/fortran/vrx_wrapper_engine.h"
 #include "interface/fortran/vrx_wrapper_frame.h"
 #include "interface/vrx_interface.h"
-#include "lapack/vrx_lapack.h"
 
 namespace {
 template <typename T>
 const int* verbose_state = &vrx_serv_verbose_unasked;
-
-template <typename T>
-struct solve;
-template <>
-struct solve<double> {
-  static constexpr vrx_potrs_fn_type<double>* routine = vrx_lapack_dpotrs;
-};
-template <>
-struct solve<float> {
-  static constexpr vrx_potrs_fn_type<float>* routine = vrx_lapack_spotrs;
-};
 
 template <typename T>
 void potrs_wrapper(const char* uplo, const int* n, const int* nrhs, const T* a, const int* lda, T* b, const int* ldb,
@@ -29,7 +18,7 @@ void potrs_wrapper(const char* uplo, const int* n, const int* nrhs, const T* a, 
   vrx_int info64 = 0;
   vrx_wrapper_call(
       &verbose_state<T>, [] { return 0; },
-      [&] { solve<T>::routine(uplo, &n64, &nrhs64, a, &lda64, b, &ldb64, &info64); },
+      [&] { vrx_wrapper_engine<T>::potrs(uplo, &n64, &nrhs64, a, &lda64, b, &ldb64, &info64); },
       [&] { *info = static_cast<int>(info64); },
       [&](char* line, std::size_t size) {
         std::snprintf(line, size, "%cPOTRS(%c,%d,%d,%p,%d,%p,%d,%d)", vrx_traits<T>::letter, *uplo, *n, *nrhs,

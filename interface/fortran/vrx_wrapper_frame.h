@@ -39,6 +39,15 @@ void vrx_wrapper_call(const int** verbose_state, Check check, Road road, Finish 
   vrx_serv_verbose_print(-1, line, elapsed);
 }
 
+// A checker's answer: for a failed check at `position` (0: none) the report under `name`
+// (six bytes), -position in `*info`, and 1; else 0.
+inline int vrx_wrapper_reject(const char* name, int position, vrx_int* info) {
+  if (position == 0) return 0;
+  *info = -position;
+  vrx_serv_xerbla(name, &position, 6);
+  return 1;
+}
+
 // Integer arrays handed to the engine: 64-bit copies of `count` elements from
 // LAPACKE_malloc (alignment 128), widened from `source` when it is given. On failure the
 // wrapper's report (code 1089 under `name` of `length` bytes), -1023 in `*info`, and null.
