@@ -1,5 +1,5 @@
-// Calls the LAPACKE entries and the LU wrappers in a process of its own, for verbose
-// lines and refused memory.
+// Calls the LAPACKE entries and the LU and Cholesky wrappers in a process of its own, for
+// verbose lines and refused memory.
 //   lapacke_driver [--allow N] command...
 // --allow N lets the pools' base allocator hand out N buffers, then refuse every one.
 // Each command prints "<command> result <info> untouched <1 when every caller array
@@ -53,10 +53,23 @@ int call(const char* command, problem& p) {
                           nrhs);
   if (!std::strcmp(command, "dgetri-col")) return LAPACKE_dgetri(LAPACK_COL_MAJOR, n, p.a.data(), n, p.ipiv.data());
   if (!std::strcmp(command, "dgetri-row")) return LAPACKE_dgetri(LAPACK_ROW_MAJOR, n, p.a.data(), n, p.ipiv.data());
+  // The Cholesky members read one triangle: A's upper one is the lower one of its
+  // transpose, and either is positive definite.
+  if (!std::strcmp(command, "dpotrf-col")) return LAPACKE_dpotrf(LAPACK_COL_MAJOR, 'U', n, p.a.data(), n);
+  if (!std::strcmp(command, "dpotrf-row")) return LAPACKE_dpotrf(LAPACK_ROW_MAJOR, 'L', n, p.a.data(), n);
+  if (!std::strcmp(command, "spotrf-row")) return LAPACKE_spotrf(LAPACK_ROW_MAJOR, 'U', n, p.a_single.data(), n);
+  if (!std::strcmp(command, "dpotrs-col"))
+    return LAPACKE_dpotrs(LAPACK_COL_MAJOR, 'L', n, nrhs, p.a.data(), n, p.b.data(), n);
+  if (!std::strcmp(command, "dpotrs-row"))
+    return LAPACKE_dpotrs(LAPACK_ROW_MAJOR, 'U', n, nrhs, p.a.data(), n, p.b.data(), nrhs);
+  if (!std::strcmp(command, "spotrs-row"))
+    return LAPACKE_spotrs(LAPACK_ROW_MAJOR, 'l', n, nrhs, p.a_single.data(), n, p.b_single.data(), nrhs);
   int info = 0;
   if (!std::strcmp(command, "DGETRF-bad")) {
     const int m = -1;
     DGETRF(&m, &n, p.a.data(), &n, p.ipiv.data(), &info);
+  } else if (!std::strcmp(command, "SPOTRF-bad")) {
+    SPOTRF("X", &n, p.a_single.data(), &n, &info);
   } else if (!std::strcmp(command, "DGETRI-query")) {
     double size = 0;
     const int lwork = -1;

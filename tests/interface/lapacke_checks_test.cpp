@@ -1,4 +1,4 @@
-// Bad input to the LU members: each check prints exactly its message on stdout, returns
+// Bad input to the LU and Cholesky members: each check prints exactly its message on stdout, returns
 // its value and leaves every caller array untouched; NaN screening is silent.
 #include <gtest/gtest.h>
 
@@ -124,6 +124,49 @@ TEST(LapackeChecks, EveryCheckPrintsItsMessageAndReturnsItsValue) {
        [](arrays& x) { x.bs[5] = NAN; }},
       {"nan getri", [&](arrays& x) { return LAPACKE_dgetri(C, 2, x.a.data(), 2, x.ipiv.data()); }, -3, "",
        [](arrays& x) { x.a[3] = quiet_nan; }},
+      // The Cholesky members: layout first, then the stored triangle's screen, the
+      // row-major dimensions and the checks below. The checker of both factorisations
+      // reports under DPOTRF; a bad uplo screens as clean and is counted as -2.
+      {"layout dpotrf", [](arrays& x) { return LAPACKE_dpotrf(100, 'x', -1, x.a.data(), -1); }, -1,
+       wrong(1, "LAPACKE_dpotrf")},
+      {"layout spotrf", [](arrays& x) { return LAPACKE_spotrf(0, 'U', 2, x.as.data(), 2); }, -1,
+       wrong(1, "LAPACKE_spotrf")},
+      {"layout dpotrs", [](arrays& x) { return LAPACKE_dpotrs(103, 'U', 2, 1, x.a.data(), 2, x.b.data(), 2); }, -1,
+       wrong(1, "LAPACKE_dpotrs")},
+      {"layout spotrs", [](arrays& x) { return LAPACKE_spotrs(100, 'L', 2, 1, x.as.data(), 2, x.bs.data(), 2); },
+       -1, wrong(1, "LAPACKE_spotrs")},
+      {"row lda dpotrf", [&](arrays& x) { return LAPACKE_dpotrf(R, 'U', 3, x.a.data(), 2); }, -5,
+       wrong(5, "LAPACKE_dpotrf_work")},
+      {"row lda spotrs", [&](arrays& x) { return LAPACKE_spotrs(R, 'L', 3, 2, x.as.data(), 2, x.bs.data(), 2); }, -6,
+       wrong(6, "LAPACKE_spotrs_work")},
+      {"row ldb dpotrs", [&](arrays& x) { return LAPACKE_dpotrs(R, 'U', 3, 2, x.a.data(), 3, x.b.data(), 1); }, -8,
+       wrong(8, "LAPACKE_dpotrs_work")},
+      {"col uplo dpotrf", [&](arrays& x) { return LAPACKE_dpotrf(C, 'x', 3, x.a.data(), 3); }, -2,
+       engine_report(1, "DPOTRF"), [](arrays& x) { x.a[0] = x.a[5] = quiet_nan; }},
+      {"row uplo spotrf", [&](arrays& x) { return LAPACKE_spotrf(R, 'x', 3, x.as.data(), 3); }, -2,
+       engine_report(1, "DPOTRF"), [](arrays& x) { x.as[3] = NAN; }},
+      {"col n spotrf", [&](arrays& x) { return LAPACKE_spotrf(C, 'u', -1, x.as.data(), 1); }, -3,
+       engine_report(2, "DPOTRF")},
+      {"col lda dpotrf", [&](arrays& x) { return LAPACKE_dpotrf(C, 'L', 3, x.a.data(), 2); }, -5,
+       engine_report(4, "DPOTRF")},
+      {"col uplo dpotrs", [&](arrays& x) { return LAPACKE_dpotrs(C, 'x', 2, 1, x.a.data(), 2, x.b.data(), 2); }, -2,
+       engine_report(1, "DPOTRS")},
+      {"col uplo spotrs", [&](arrays& x) { return LAPACKE_spotrs(C, '\0', 2, 1, x.as.data(), 2, x.bs.data(), 2); },
+       -2, engine_report(1, "SPOTRS")},
+      {"col nrhs dpotrs", [&](arrays& x) { return LAPACKE_dpotrs(C, 'U', 2, -1, x.a.data(), 2, x.b.data(), 2); }, -4,
+       engine_report(3, "DPOTRS")},
+      {"col lda spotrs", [&](arrays& x) { return LAPACKE_spotrs(C, 'U', 3, 1, x.as.data(), 2, x.bs.data(), 3); }, -6,
+       engine_report(5, "SPOTRS")},
+      {"col ldb dpotrs", [&](arrays& x) { return LAPACKE_dpotrs(C, 'l', 3, 1, x.a.data(), 3, x.b.data(), 2); }, -8,
+       engine_report(7, "DPOTRS")},
+      {"nan dpotrf upper", [&](arrays& x) { return LAPACKE_dpotrf(C, 'U', 3, x.a.data(), 3); }, -4, "",
+       [](arrays& x) { x.a[3] = quiet_nan; }},
+      {"nan spotrf lower row", [&](arrays& x) { return LAPACKE_spotrf(R, 'l', 3, x.as.data(), 3); }, -4, "",
+       [](arrays& x) { x.as[3] = NAN; }},
+      {"nan dpotrs a", [&](arrays& x) { return LAPACKE_dpotrs(C, 'L', 3, 1, x.a.data(), 3, x.b.data(), 3); }, -5, "",
+       [](arrays& x) { x.a[1] = quiet_nan; }},
+      {"nan spotrs b", [&](arrays& x) { return LAPACKE_spotrs(R, 'U', 3, 2, x.as.data(), 3, x.bs.data(), 2); }, -7,
+       "", [](arrays& x) { x.bs[5] = NAN; }},
   };
   for (const check_case& c : cases) {
     const outcome r = run(c.call, c.prepare);
@@ -154,6 +197,18 @@ TEST(LapackeChecks, ScreeningLetsInfinitiesEmptyAndNullMatricesThrough) {
 
 TEST(LapackeChecks, EmptySolvesTouchNothing) {
   for (int layout : {LAPACK_ROW_MAJOR, LAPACK_COL_MAJOR}) {
+    const std::function<int(arrays&)> cholesky[] = {
+        [&](arrays& x) { return LAPACKE_dpotrf(layout, 'U', 0, x.a.data(), 1); },
+        [&](arrays& x) { return LAPACKE_spotrf(layout, 'l', 0, x.as.data(), 1); },
+        [&](arrays& x) { return LAPACKE_dpotrs(layout, 'L', 3, 0, x.a.data(), 3, x.b.data(), 3); },
+        [&](arrays& x) { return LAPACKE_spotrs(layout, 'u', 0, 2, x.as.data(), 1, x.bs.data(), 2); },
+    };
+    for (const auto& call : cholesky) {
+      const outcome r = run(call);
+      EXPECT_EQ(r.info, 0);
+      EXPECT_EQ(r.output, "");
+      EXPECT_TRUE(r.untouched);
+    }
     outcome r = run([&](arrays& x) {
       return LAPACKE_dgetrs(layout, 'N', 3, 0, x.a.data(), 3, x.ipiv.data(), x.b.data(), 3);
     });

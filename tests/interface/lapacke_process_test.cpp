@@ -1,4 +1,4 @@
-// The LU members in child processes: refused memory of every kind (work array,
+// The LU and Cholesky members in child processes: refused memory of every kind (work array,
 // transposition copy, wrapper temporary) with its exact code and text, and the verbose
 // lines of the wrappers.
 #include <gtest/gtest.h>
@@ -43,6 +43,14 @@ TEST(LapackeRefusedMemory, EachKindGivesItsCodeAndTextAndLeavesTheArrays) {
                         "sgetrs-row result -1011 untouched 1\n"},
       {1, "dgetri-row", "Not enough memory to transpose matrix in LAPACKE_dgetri_work\n"
                         "dgetri-row result -1011 untouched 1\n"},
+      {0, "dpotrf-row", "Not enough memory to transpose matrix in LAPACKE_dpotrf_work\n"
+                        "dpotrf-row result -1011 untouched 1\n"},
+      {0, "spotrf-row", "Not enough memory to transpose matrix in LAPACKE_spotrf_work\n"
+                        "spotrf-row result -1011 untouched 1\n"},
+      {0, "dpotrs-row", "Not enough memory to transpose matrix in LAPACKE_dpotrs_work\n"
+                        "dpotrs-row result -1011 untouched 1\n"},
+      {1, "spotrs-row", "Not enough memory to transpose matrix in LAPACKE_spotrs_work\n"
+                        "spotrs-row result -1011 untouched 1\n"},
       // The wrappers' 64-bit pivots: -1023, counted with the layout as -1024.
       {0, "dgetrf-col", wrapper_report("DGETRF") + "dgetrf-col result -1024 untouched 1\n"},
       {0, "sgetrf-col", wrapper_report("SGETRF") + "sgetrf-col result -1024 untouched 1\n"},
@@ -55,19 +63,20 @@ TEST(LapackeRefusedMemory, EachKindGivesItsCodeAndTextAndLeavesTheArrays) {
     EXPECT_EQ(run({"--allow", std::to_string(c.allowed), c.command}), c.output) << c.command << " " << c.allowed;
 }
 
-TEST(LapackeRefusedMemory, AWorkspaceQueryNeedsNoMemory) {
-  EXPECT_EQ(run({"--allow", "0", "DGETRI-query"}), "DGETRI-query result 0 untouched 1\n");
+TEST(LapackeRefusedMemory, AWorkspaceQueryAndTheColumnMajorCholeskyMembersNeedNoMemory) {
+  EXPECT_EQ(run({"--allow", "0", "DGETRI-query", "dpotrs-col", "dpotrf-col"}),
+            "DGETRI-query result 0 untouched 1\ndpotrs-col result 0 untouched 0\ndpotrf-col result 0 untouched 0\n");
 }
 
 namespace {
 const std::string pointer = R"((?:0x[0-9a-f]+|\(nil\)))";
 const std::string elapsed = R"((?:\d+\.\d\d(?:s|ms|us)|\d+ns))";
 
-// A verbose line: the call text with pointers as `P`, then the elapsed time and the
+// A verbose line: the call text with pointer arguments as `P`, then the elapsed time and the
 // statistics.
 std::regex verbose_line(const std::string& call) {
   std::string pattern = std::regex_replace(call, std::regex(R"([().])"), R"(\$&)");
-  pattern = std::regex_replace(pattern, std::regex("P"), pointer);
+  pattern = std::regex_replace(pattern, std::regex("([(,])P(?=[,)])"), "$1" + pointer);
   return std::regex("VRX_VERBOSE " + pattern + " " + elapsed + " CNR:\\S+ Dyn:\\d FastMM:\\d TID:0  NThr:.*");
 }
 
@@ -82,7 +91,7 @@ std::vector<std::string> lines_of(const std::string& text) {
 TEST(WrapperVerbose, OneLinePerWrapperCallFromTheCallersValues) {
   const std::vector<std::string> lines =
       lines_of(run({"dgetrf-col", "sgetrf-col", "dgetrs-row", "sgetrs-col", "dgetri-col", "DGETRF-bad",
-                    "DGETRI-query"},
+                    "DGETRI-query", "dpotrf-col", "spotrf-row", "dpotrs-row", "spotrs-row", "SPOTRF-bad"},
                    {{"VRX_VERBOSE", "1"}}));
   const std::vector<std::string> calls = {
       "DGETRF(4,4,P,4,P,0)",
@@ -93,6 +102,11 @@ TEST(WrapperVerbose, OneLinePerWrapperCallFromTheCallersValues) {
       "DGETRI(4,P,4,P,P,256,0)",
       "DGETRF(-1,4,P,4,P,-1)",  // a failed check still has its line
       "DGETRI(4,P,4,(nil),P,-1,0)",
+      "DPOTRF(U,4,P,4,0)",
+      "SPOTRF(U,4,P,4,0)",  // on the column-major copy
+      "DPOTRS(U,4,2,P,4,P,4,0)",
+      "SPOTRS(l,4,2,P,4,P,4,0)",
+      "SPOTRF(X,4,P,4,-1)",  // reported under DPOTRF, timed under its own name
   };
   std::vector<std::string> verbose;
   for (const std::string& line : lines)

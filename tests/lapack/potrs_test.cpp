@@ -8,6 +8,7 @@
 
 #include <cstdint>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 #include "lapack/solve_check.h"
@@ -19,23 +20,12 @@ typedef testing::Types<float, double, vrx_complex_float, vrx_complex_double> ele
 TYPED_TEST_SUITE(PotrsTest, element_types);
 
 template <typename T>
-struct entry;
-template <>
-struct entry<float> {
-  static constexpr auto potrs = &vrx_lapack_spotrs;
-};
-template <>
-struct entry<double> {
-  static constexpr auto potrs = &vrx_lapack_dpotrs;
-};
-template <>
-struct entry<vrx_complex_float> {
-  static constexpr auto potrs = &vrx_lapack_cpotrs;
-};
-template <>
-struct entry<vrx_complex_double> {
-  static constexpr auto potrs = &vrx_lapack_zpotrs;
-};
+constexpr vrx_potrs_fn_type<T>* potrs_of() {
+  if constexpr (std::is_same_v<T, float>) return vrx_lapack_spotrs;
+  else if constexpr (std::is_same_v<T, double>) return vrx_lapack_dpotrs;
+  else if constexpr (std::is_same_v<T, vrx_complex_float>) return vrx_lapack_cpotrs;
+  else return vrx_lapack_zpotrs;
+}
 
 // A factor of order n in the triangle named by uplo (lda = n + 2, NaN wherever it must not
 // be read) and right-hand sides B (ldb = n + 3).
@@ -67,7 +57,7 @@ template <typename T>
 int64_t solve(const char* uplo, const vrx_test_triangular<T>& f, int64_t n, int64_t nrhs, std::vector<T>& b,
               int64_t ldb) {
   int64_t info = -99;
-  entry<T>::potrs(uplo, &n, &nrhs, f.a.data(), &f.lda, b.data(), &ldb, &info);
+  potrs_of<T>()(uplo, &n, &nrhs, f.a.data(), &f.lda, b.data(), &ldb, &info);
   return info;
 }
 }  // namespace
@@ -122,7 +112,7 @@ TYPED_TEST(PotrsTest, ParameterChecksInOrder) {
     const std::vector<TypeParam> a0 = a, b0 = b;
     int64_t info = 0;
     const std::string printed = vrx_test_printed_by(
-        [&] { entry<TypeParam>::potrs(r.uplo, &r.n, &r.nrhs, a.data(), &r.lda, b.data(), &r.ldb, &info); });
+        [&] { potrs_of<TypeParam>()(r.uplo, &r.n, &r.nrhs, a.data(), &r.lda, b.data(), &r.ldb, &info); });
     EXPECT_EQ(printed, vrx_test_parameter_line(r.position, name)) << r.uplo << " " << r.n;
     EXPECT_EQ(info, -r.position);
     EXPECT_TRUE(vrx_test_same_bits(a, a0) && vrx_test_same_bits(b, b0));
