@@ -1,5 +1,5 @@
 /* A short tour of customvrx: one matrix product in both layouts, a bad argument,
-   a small linear system, and the speed of a 1000 by 1000 product. */
+   two small linear systems, and the speed of a 1000 by 1000 product. */
 #define _POSIX_C_SOURCE 199309L
 #include <math.h>
 #include <stdio.h>
@@ -50,6 +50,16 @@ int main(void) {
   for (int i = 0; i < 3; ++i) solved &= fabs(x[i] - solution[i]) < 1e-12;
   printf("\nA x = b gives x = (%g, %g, %g)  %s\n", x[0], x[1], x[2], solved ? "correct" : "WRONG");
 
+  /* A symmetric positive definite system, row major, of which only the lower triangle is
+     stored: factor A = L L^T, then solve with L. The upper triangle is never read. */
+  double spd[9] = {4, -1, -1, 2, 5, -1, 2, 3, 6};
+  double y3[3] = {10, 13, 17}; /* b; the solution is (1, 1, 2) */
+  info = LAPACKE_dpotrf(LAPACK_ROW_MAJOR, 'L', 3, spd, 3);
+  if (info == 0) info = LAPACKE_dpotrs(LAPACK_ROW_MAJOR, 'L', 3, 1, spd, 3, y3, 1);
+  int solved_spd = info == 0;
+  for (int i = 0; i < 3; ++i) solved_spd &= fabs(y3[i] - solution[i]) < 1e-12;
+  printf("Cholesky: A y = b gives y = (%g, %g, %g)  %s\n", y3[0], y3[1], y3[2], solved_spd ? "correct" : "WRONG");
+
   /* Speed of a 1000 by 1000 by 1000 product. */
   const int n = 1000;
   double *p = malloc(sizeof(double) * n * n), *y = malloc(sizeof(double) * n * n), *z = malloc(sizeof(double) * n * n);
@@ -66,5 +76,5 @@ int main(void) {
   free(p);
   free(y);
   free(z);
-  return ok && ok_col && solved ? 0 : 1;
+  return ok && ok_col && solved && solved_spd ? 0 : 1;
 }
