@@ -87,14 +87,17 @@ TYPED_TEST(PotrfTest, ResidualsByPath) {
   }
 }
 
-// A leading minor that fails in the middle of a tile (or block): info is its order.
+// A leading minor that fails in the middle of a tile (or block): info is its order, and
+// the leading block before it is factored. On the tile path a failure inside the
+// leading super-tile ends the call before any worker starts.
 TYPED_TEST(PotrfTest, FailingMinorInsideATile) {
   typedef TypeParam T;
   struct failing {
     chol_case c;
     int64_t at;
   };
-  const failing table[] = {{cases[0], 37}, {cases[1], 150}, {cases[5], 75}, {cases[6], 203}, {cases[4], 100}};
+  const failing table[] = {{cases[0], 37},  {cases[1], 150}, {cases[5], 75},
+                           {cases[6], 203}, {cases[6], 30},  {cases[4], 100}};
   for (const failing& f : table) {
     SCOPED_TRACE(std::string(f.c.name) + " at " + std::to_string(f.at));
     const int64_t lda = f.c.n;
@@ -103,7 +106,10 @@ TYPED_TEST(PotrfTest, FailingMinorInsideATile) {
       int64_t info = -99;
       const std::vector<T> r = factor(f.c, upper, a, lda, &info);
       EXPECT_EQ(info, f.at);
-      EXPECT_EQ(vrx_lapack_potrf_trace()->path, f.c.path);
+      const vrx_potrf_trace trace = *vrx_lapack_potrf_trace();
+      EXPECT_EQ(trace.path, f.c.path);
+      if (f.at <= f.c.b * f.c.super) EXPECT_EQ(trace.region_threads, 0);
+      EXPECT_LT(vrx_test_cholesky_residual(upper, f.at - 1, a, r, lda), 30.0);
       EXPECT_TRUE(vrx_test_cholesky_untouched(upper, f.c.n, a, r, lda));
     }
   }
