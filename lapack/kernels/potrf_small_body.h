@@ -1,9 +1,11 @@
 // The unblocked Cholesky kernels, written once over the real type and compiled in each
-// class folder with that class's flags. Complex data is held as interleaved (re, im)
-// pairs (Parts 2). Upper: row j of U from the columns above it (dot products down
-// contiguous columns); lower: column j of L by column updates (axpys down contiguous
-// columns), then the scaling by the reciprocal of the diagonal.
+// class folder with that class's flags and vector width (VRX_VEC_BYTES, through the
+// level-1 bodies). Complex data is held as interleaved (re, im) pairs (Parts 2). Upper:
+// row j of U from the columns above it (dot products down contiguous columns); lower:
+// column j of L by column updates (axpys down contiguous columns), then the scaling by
+// the reciprocal of the diagonal.
 #pragma once
+#include "blas/kernels/level1_body.h"
 #include "lapack/cholesky/vrx_potrf_kernels.h"
 
 namespace {
@@ -26,32 +28,29 @@ inline bool potrf_pivot(R* diagonal, R d, vrx_int j, vrx_int* info, R* scale) {
   return true;
 }
 
+// Views of interleaved pairs as complex elements, for the complex level-1 bodies.
+template <typename R>
+inline vrx_complex<R>* potrf_pairs(R* x) {
+  return reinterpret_cast<vrx_complex<R>*>(x);
+}
+
 template <typename R, int Parts>
 void potrf_small_upper_body(vrx_int n, R* a, vrx_int lda, vrx_int* info) {
   const vrx_int ld = lda * Parts;
   *info = 0;
   for (vrx_int j = 0; j < n; ++j) {
     R* cj = a + j * ld;
-    R d = cj[j * Parts];
-    for (vrx_int k = 0; k < j * Parts; ++k) d -= cj[k] * cj[k];
     R s;
-    if (!potrf_pivot<R, Parts>(cj + j * Parts, d, j, info, &s)) return;
+    if (!potrf_pivot<R, Parts>(cj + j * Parts, cj[j * Parts] - l1_dot<R>(j * Parts, cj, cj), j, info, &s)) return;
     for (vrx_int c = j + 1; c < n; ++c) {
       R* cc = a + c * ld;
       if constexpr (Parts == 1) {
-        R t = cc[j];
-        for (vrx_int k = 0; k < j; ++k) t -= cj[k] * cc[k];
-        cc[j] = t * s;
+        cc[j] = (cc[j] - l1_dot<R>(j, cj, cc)) * s;
       } else {
-        // conj(u_kj) * a_kc
-        R tr = cc[2 * j], ti = cc[2 * j + 1];
-        for (vrx_int k = 0; k < j; ++k) {
-          const R xr = cj[2 * k], xi = cj[2 * k + 1], yr = cc[2 * k], yi = cc[2 * k + 1];
-          tr -= xr * yr + xi * yi;
-          ti -= xr * yi - xi * yr;
-        }
-        cc[2 * j] = tr * s;
-        cc[2 * j + 1] = ti * s;
+        // the sum of conj(u_kj) a_kc
+        const vrx_complex<R> dot = l1c_dot<R, true>(j, potrf_pairs(cj), potrf_pairs(cc));
+        cc[2 * j] = (cc[2 * j] - dot.re) * s;
+        cc[2 * j + 1] = (cc[2 * j + 1] - dot.im) * s;
       }
     }
   }
@@ -71,22 +70,17 @@ void potrf_small_lower_body(vrx_int n, R* a, vrx_int lda, vrx_int* info) {
       }
     R s;
     if (!potrf_pivot<R, Parts>(cj + j * Parts, d, j, info, &s)) return;
+    const vrx_int below = n - j - 1;
     for (vrx_int k = 0; k < j; ++k) {
-      const R* x = a + k * ld;
-      if constexpr (Parts == 1) {
-        const R w = x[j];
-        for (vrx_int r = j + 1; r < n; ++r) cj[r] -= x[r] * w;
-      } else {
-        // l_rk * conj(l_jk)
-        const R wr = x[2 * j], wi = -x[2 * j + 1];
-        for (vrx_int r = j + 1; r < n; ++r) {
-          const R xr = x[2 * r], xi = x[2 * r + 1];
-          cj[2 * r] -= xr * wr - xi * wi;
-          cj[2 * r + 1] -= xr * wi + xi * wr;
-        }
-      }
+      R* x = a + k * ld;
+      // column j minus column k times conj(l_jk)
+      if constexpr (Parts == 1)
+        l1_axpy<R>(below, -x[j], x + j + 1, cj + j + 1);
+      else
+        l1c_axpy(below, vrx_complex<R>{-x[2 * j], x[2 * j + 1]}, potrf_pairs(x + 2 * j + 2),
+                 potrf_pairs(cj + 2 * j + 2));
     }
-    for (vrx_int r = (j + 1) * Parts; r < n * Parts; ++r) cj[r] *= s;
+    l1_scal<R>(below * Parts, s, cj + (j + 1) * Parts);
   }
 }
 }  // namespace
