@@ -148,3 +148,19 @@ TEST(Potrf, SerialisedRegionRunsEveryTile) {
   EXPECT_LT(vrx_test_cholesky_residual(false, n, a, f, lda), 30.0);
 }
 }  // namespace
+
+namespace {
+// A leading super-tile of 128 columns is itself factored on tiles (of 8, super-tile 4).
+TEST(Potrf, LeadingSuperTileOnTilesAgain) {
+  const chol_case c = {"nested tiles", 400, 2, 8, 0, VRX_POTRF_PATH_TILES, 16, 31};
+  const std::vector<double> a = vrx_test_hpd_matrix<double>(c.n, c.n, 5);
+  int64_t info = -99;
+  const std::vector<double> f = factor(c, false, a, c.n, &info);
+  const vrx_potrf_trace trace = *vrx_lapack_potrf_trace();
+  EXPECT_EQ(info, 0);
+  EXPECT_EQ(trace.super, c.super);
+  EXPECT_EQ(trace.leading_path, VRX_POTRF_PATH_TILES);
+  EXPECT_EQ(trace.tasks_by_size, c.sizes);
+  EXPECT_LT(vrx_test_cholesky_residual(false, c.n, a, f, c.n), 30.0);
+}
+}  // namespace
