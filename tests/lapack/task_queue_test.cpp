@@ -228,6 +228,15 @@ TEST(TaskQueue, FirstFetches) {
       {{2, 2, 1, 1, 0}, {1, 1}, {{VRX_TASK_UPDATE, 1, 1, 2, 2}, {VRX_TASK_FINISHED, 0, 0, 0, 0}}},
       // Worker 1 owns nothing and serves the tail while worker 0 factors panel 2.
       {{2, 3, 2, 2, 1}, {0, 1}, {{VRX_TASK_PANEL, 1, 1, 2, 2}, {VRX_TASK_UPDATE, 1, 1, 3, 3}}},
+      // Once every tail column has panel 1, the tail waits for panel 2; reported, it makes
+      // column 3 the next panel's, which takes panel 2 and is factored.
+      {{2, 4, 3, 1, 1000000},
+       {0, 1, 1, 1, 0},
+       {{VRX_TASK_PANEL, 1, 1, 2, 2},
+        {VRX_TASK_UPDATE, 1, 1, 3, 3},
+        {VRX_TASK_UPDATE, 1, 1, 4, 4},
+        {VRX_TASK_NONE, 0, 0, 0, 0},
+        {VRX_TASK_PANEL, 2, 2, 3, 3}}},
   };
   for (const fetch_case& c : cases) {
     std::vector<vrx_int> state = fresh_state(c.s);
@@ -247,29 +256,5 @@ TEST(TaskQueue, FirstFetches) {
       EXPECT_EQ(t.last_col, e.last_col) << what;
     }
   }
-}
-
-// A column waiting for the next panel holds the tail back; a reported panel lets it go on.
-TEST(TaskQueue, TailWaitsForTheNextPanel) {
-  const shape s = {2, 4, 3, 1, 1000000};
-  std::vector<vrx_int> state = fresh_state(s);
-  vrx_lapack_task a, b;
-  vrx_lapack_sched_first_task(state.data(), 0, &a);
-  vrx_lapack_sched_first_task(state.data(), 1, &b);
-  vrx_lapack_sched_fetch(state.data(), 0, &a);  // panel 2 on column 2
-  ASSERT_EQ(a.kind, VRX_TASK_PANEL);
-  vrx_lapack_sched_fetch(state.data(), 1, &b);  // column 3 to panel 1
-  vrx_lapack_sched_fetch(state.data(), 1, &b);  // column 4 to panel 1
-  EXPECT_EQ(b.kind, VRX_TASK_UPDATE);
-  EXPECT_EQ(b.first_col, 4);
-  vrx_lapack_sched_fetch(state.data(), 1, &b);  // every tail column has panel 1: wait
-  EXPECT_EQ(b.kind, VRX_TASK_NONE);
-  EXPECT_EQ(state[VRX_SCHED_TAIL_LEVEL], 1);
-  vrx_lapack_sched_fetch(state.data(), 0, &a);  // panel 2 reported: column 3 is the next panel's
-  EXPECT_EQ(state[VRX_SCHED_CURRENT], 2);
-  EXPECT_EQ(a.kind, VRX_TASK_PANEL);
-  EXPECT_EQ(a.first_col, 3);
-  EXPECT_EQ(a.first_panel, 2);
-  EXPECT_EQ(a.last_panel, 2);
 }
 }  // namespace
