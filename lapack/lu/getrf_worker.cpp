@@ -9,6 +9,7 @@
 #include "service/vrx_spin_barrier.h"
 
 namespace {
+// The task's panels in order on its block columns (the last block column may be narrow).
 template <typename T>
 void update_columns(const vrx_getrf_queue_region<T>* r, const vrx_lapack_task& task) {
   const vrx_int col = (task.first_col - 1) * r->nb;
