@@ -10,6 +10,8 @@
 //                                  order 300 with one tile as large as the matrix
 //                                  (sequential) and order 260 with tiles of 8; prints
 //                                  info, the hook's calls and stage
+//   potrf_driver checks LETTERS    the published unblocked routine's checks of uplo, n
+//                                  and lda, and its info for a minor that fails at 5
 // Each case prints "LETTER NAME UPLO path P b B lim L super S threads R fallback F info I";
 // the factors are judged by the residual ratio (below 30), the other triangle and the
 // padding. Prints "ok" and exits 0, or what went wrong and exits 1.
@@ -78,6 +80,24 @@ void run_mode(const std::string& mode) {
       run_case<T>(c, true, false);
       std::printf("%c %s hook calls %d stage %s\n", vrx_traits<T>::letter, c.name, hook_calls, hook_stage);
     }
+  } else if (mode == "checks") {
+    struct arguments {
+      const char* uplo;
+      vrx_int n, lda;
+    };
+    const arguments bad[] = {{"X", 2, 2}, {"U", -1, 2}, {"l", 3, 2}, {"L", 0, 0}};
+    T a[9] = {};
+    for (const arguments& b : bad) {
+      vrx_int info = -99;
+      vrx_test_potrf_names<T>::potf2(b.uplo, &b.n, a, &b.lda, &info);
+      std::printf("%c potf2 %s %lld %lld info %lld\n", vrx_traits<T>::letter, b.uplo, (long long)b.n,
+                  (long long)b.lda, (long long)info);
+    }
+    const vrx_int n = 9;
+    std::vector<T> f = vrx_test_hpd_matrix<T>(n, n, 1, 5);
+    vrx_int info = -99;
+    vrx_test_potrf_names<T>::potf2("u", &n, f.data(), &n, &info);
+    std::printf("%c potf2 fails info %lld\n", vrx_traits<T>::letter, (long long)info);
   }
 }
 }  // namespace

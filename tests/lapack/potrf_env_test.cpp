@@ -1,8 +1,9 @@
 // The Cholesky factorisation in child processes: thread counts 1 to 33 with VRX_DYNAMIC
 // off, CPU types 0, 2, 3, 4, 5 and 7 forced (the largest super-tile is 384 columns on
 // types 0 and 2 from 9 threads), a region that gets fewer threads than asked, a refused
-// tile table and a progress hook that asks to stop; each case's path proved by the trace
-// the driver prints (see tests/drivers/potrf_driver.cpp), the factors checked there.
+// tile table, a progress hook that asks to stop and the unblocked routine's argument
+// checks; each case's path proved by the trace the driver prints (see
+// tests/drivers/potrf_driver.cpp), the factors checked there.
 #include <gtest/gtest.h>
 
 #include <string>
@@ -104,5 +105,21 @@ TEST(PotrfEnv, ProgressHookStopsSequentialAndTiles) {
     expected += who + " split hook calls 2 stage " + who + "POTRF\n";
   }
   expect_run({"stop", "SDCZ"}, settings("0", 2), expected + "ok\n");
+}
+
+// The published unblocked routine checks uplo, n and lda (at least 1 also for an empty
+// matrix) under its own name, accepts a lower-case letter, and reports a failing minor.
+TEST(PotrfEnv, UnblockedRoutineChecksItsArguments) {
+  std::string expected;
+  for (char l : std::string("SZ")) {
+    const std::string who = std::string(" was incorrect on entry to ") + l + "POTF2.\n";
+    const std::string name = std::string(1, l) + " potf2 ";
+    expected += "\nArdix VRX ERROR: Parameter 1" + who + name + "X 2 2 info -1\n";
+    expected += "\nArdix VRX ERROR: Parameter 2" + who + name + "U -1 2 info -2\n";
+    expected += "\nArdix VRX ERROR: Parameter 4" + who + name + "l 3 2 info -4\n";
+    expected += "\nArdix VRX ERROR: Parameter 4" + who + name + "L 0 0 info -4\n";
+    expected += name + "fails info 5\n";
+  }
+  expect_run({"checks", "SZ"}, settings("0", 2), expected + "ok\n");
 }
 }  // namespace

@@ -147,9 +147,7 @@ TEST(Potrf, SerialisedRegionRunsEveryTile) {
   EXPECT_EQ(trace.region_threads, 1);
   EXPECT_LT(vrx_test_cholesky_residual(false, n, a, f, lda), 30.0);
 }
-}  // namespace
 
-namespace {
 // A leading super-tile of 128 columns is itself factored on tiles (of 8, super-tile 4).
 TEST(Potrf, LeadingSuperTileOnTilesAgain) {
   const chol_case c = {"nested tiles", 400, 2, 8, 0, VRX_POTRF_PATH_TILES, 16, 31};

@@ -1,13 +1,16 @@
 // Checks of a Cholesky factorisation as the published test suite makes them: the
 // residual ratio ||A - U^H U||_1 / (n ||A||_1 eps) (or with L L^H), computed in the wider
 // precision with eps of T's precision; Hermitian test matrices, positive definite or made
-// to fail at a chosen leading minor; the unstored triangle and the padding left alone.
+// to fail at a chosen leading minor; the unstored triangle and the padding left alone;
+// the routines by element type and a tuning seam that gives small tiles.
 #pragma once
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
+#include <cstring>
 #include <vector>
 
+#include "lapack/cholesky/vrx_potrf.h"
 #include "tests/support/gemm_typed_reference.h"
 
 namespace vrx_test_detail {
@@ -113,10 +116,6 @@ double vrx_test_cholesky_mirror(int64_t n, const std::vector<T>& u, const std::v
 // Key 1 of xPOTRF with a thread count: the tile edge (n3 -1) and the largest super-tile
 // (n3 -3); 0 leaves ILAENV's answer. Every other question goes to ILAENV, so that small
 // matrices reach many tiles and super-tiles.
-#include <cstring>
-
-#include "lapack/vrx_lapack.h"
-
 struct vrx_test_potrf_answers {
   vrx_int b, lim;
 };
@@ -144,13 +143,14 @@ struct vrx_test_potrf_tuned {
   }
 };
 
-// The entries by element type.
+// The entries and the published unblocked routines by element type.
 template <typename T>
 struct vrx_test_potrf_names;
 #define VRX_TEST_POTRF_NAMES(T, upper)                                        \
   template <>                                                                 \
   struct vrx_test_potrf_names<T> {                                            \
     static constexpr vrx_potrf_fn_type<T>* entry = vrx_lapack_##upper##POTRF; \
+    static constexpr vrx_potrf_fn_type<T>* potf2 = upper##POTF2;              \
   };
 VRX_TEST_POTRF_NAMES(float, S)
 VRX_TEST_POTRF_NAMES(double, D)
