@@ -10,6 +10,9 @@
 //                                  order 300 with one tile as large as the matrix
 //                                  (sequential) and order 260 with tiles of 8; prints
 //                                  info, the hook's calls and stage
+//   potrf_driver large LETTERS     order 1000 with ILAENV's answers, lower (its leading
+//                                  super-tile takes the tile path again), judged by a
+//                                  vector residual
 //   potrf_driver checks LETTERS    the published unblocked routine's checks of uplo, n
 //                                  and lda, and its info for a minor that fails at 5
 // Each case prints "LETTER NAME UPLO path P b B lim L super S threads R fallback F info I";
@@ -35,7 +38,7 @@ struct chol_case {
 const chol_case path_cases[] = {{"small", 100, 0}, {"tiles", 200, 0}, {"split", 260, 8}, {"short", 203, 16}};
 
 template <typename T>
-void run_case(const chol_case& c, bool upper, bool check) {
+void run_case(const chol_case& c, bool upper, bool check, bool by_vector = false) {
   const char letter = vrx_traits<T>::letter;
   const vrx_int lda = c.n + 2;
   const std::vector<T> a = vrx_test_hpd_matrix<T>(c.n, lda, static_cast<uint64_t>(c.n));
@@ -50,7 +53,8 @@ void run_case(const chol_case& c, bool upper, bool check) {
               upper ? 'U' : 'L', t.path, (long long)t.b, (long long)t.lim, (long long)t.super, t.region_threads,
               t.fallback, (long long)info);
   if (!check) return;
-  const double ratio = vrx_test_cholesky_residual(upper, c.n, a, f, lda);
+  const double ratio = by_vector ? vrx_test_cholesky_vector_residual(upper, c.n, a, f, lda)
+                                 : vrx_test_cholesky_residual(upper, c.n, a, f, lda);
   if (!(ratio < 30) || !vrx_test_cholesky_untouched(upper, c.n, a, f, lda)) {
     std::printf("%c %s: residual ratio %g or the other triangle is wrong\n", letter, c.name, ratio);
     failed = true;
@@ -80,6 +84,10 @@ void run_mode(const std::string& mode) {
       run_case<T>(c, true, false);
       std::printf("%c %s hook calls %d stage %s\n", vrx_traits<T>::letter, c.name, hook_calls, hook_stage);
     }
+  } else if (mode == "large") {
+    run_case<T>({"large", 1000, 0}, false, true, true);
+    std::printf("%c large leading path %lld\n", vrx_traits<T>::letter,
+                (long long)vrx_lapack_potrf_trace()->leading_path);
   } else if (mode == "checks") {
     struct arguments {
       const char* uplo;

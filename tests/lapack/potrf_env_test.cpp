@@ -107,6 +107,15 @@ TEST(PotrfEnv, ProgressHookStopsSequentialAndTiles) {
   expect_run({"stop", "SDCZ"}, settings("0", 2), expected + "ok\n");
 }
 
+// Order 1000 with ILAENV's answers on two threads: 21 tiles of 48, super-tiles of 4; the
+// leading 192 columns take the tile path again (tiles of 24).
+TEST(PotrfEnv, OrderThousandWithTheTuningAnswers) {
+  std::string expected;
+  for (char l : std::string("DZ"))
+    expected += line(l, "large", 'L', 3, 48, 1000, 4, 2, 0, 0) + l + " large leading path 3\n";
+  expect_run({"large", "DZ"}, settings("0", 2), expected + "ok\n");
+}
+
 // The published unblocked routine checks uplo, n and lda (at least 1 also for an empty
 // matrix) under its own name, accepts a lower-case letter, and reports a failing minor.
 TEST(PotrfEnv, UnblockedRoutineChecksItsArguments) {

@@ -84,6 +84,54 @@ double vrx_test_cholesky_residual(bool upper, int64_t n, const std::vector<T>& a
   return worst / (static_cast<double>(n) * norm_a * eps);
 }
 
+// ||A x - F^H (F x)||_1 / (n ||A||_1 ||x||_1 eps) for a random x, in O(n^2): the residual
+// of large orders. F as for vrx_test_cholesky_residual; ||A||_1 the largest column sum.
+template <typename T>
+double vrx_test_cholesky_vector_residual(bool upper, int64_t n, const std::vector<T>& a, const std::vector<T>& f,
+                                         int64_t lda) {
+  typedef vrx_test_wide_t<T> W;
+  if (n == 0) return 0;
+  auto factor = [&](int64_t l, int64_t i, W* re, W* im) {  // U(l, i), l <= i
+    vrx_test_detail::parts(upper ? f[i * lda + l] : f[l * lda + i], re, im);
+    if (!upper) *im = -*im;
+  };
+  std::vector<W> x_re(n), x_im(n), y_re(n, 0), y_im(n, 0), u_re(n, 0), u_im(n, 0);
+  uint64_t state = 5;
+  double norm_x = 0, norm_a = 0;
+  for (int64_t i = 0; i < n; ++i) {
+    vrx_test_detail::parts(vrx_test_value<T>(&state), &x_re[i], &x_im[i]);
+    norm_x += static_cast<double>(std::fabs(x_re[i]) + std::fabs(x_im[i]));
+  }
+  for (int64_t j = 0; j < n; ++j) {
+    double column = 0;
+    for (int64_t i = 0; i < n; ++i) {
+      W re, im;
+      vrx_test_detail::parts(a[j * lda + i], &re, &im);
+      column += static_cast<double>(std::fabs(re) + std::fabs(im));
+      y_re[i] += re * x_re[j] - im * x_im[j];  // A x
+      y_im[i] += re * x_im[j] + im * x_re[j];
+      if (i <= j) {  // U x
+        factor(i, j, &re, &im);
+        u_re[i] += re * x_re[j] - im * x_im[j];
+        u_im[i] += re * x_im[j] + im * x_re[j];
+      }
+    }
+    norm_a = std::max(norm_a, column);
+  }
+  for (int64_t i = 0; i < n; ++i)  // minus U^H (U x)
+    for (int64_t l = 0; l <= i; ++l) {
+      W re, im;
+      factor(l, i, &re, &im);
+      y_re[i] -= re * u_re[l] + im * u_im[l];
+      y_im[i] -= re * u_im[l] - im * u_re[l];
+    }
+  double norm_y = 0;
+  for (int64_t i = 0; i < n; ++i) norm_y += static_cast<double>(std::fabs(y_re[i]) + std::fabs(y_im[i]));
+  if (!(norm_y == norm_y)) return 1e30;
+  const double eps = static_cast<double>(vrx_machine<vrx_real_t<T>>::eps);
+  return norm_y / (static_cast<double>(n) * norm_a * norm_x * eps);
+}
+
 // Whether the triangle that uplo does not name (diagonal excluded) and the padding rows
 // hold what they held in `a`.
 template <typename T>
