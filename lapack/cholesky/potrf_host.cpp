@@ -47,8 +47,8 @@ int choose(bool upper, vrx_int n, T* a, vrx_int lda, vrx_int* info, vrx_potrf_tr
   if (b <= 1 || b >= n) return sequential(upper, n, a, lda, info);
 
   const vrx_int tiles = (n + b - 1) / b;
-  vrx_int* table =
-      static_cast<vrx_int*>(vrx_serv_malloc(sizeof(vrx_int) * static_cast<std::size_t>(vrx_potrf_table_words(tiles)), 128));
+  const std::size_t bytes = sizeof(vrx_int) * static_cast<std::size_t>(vrx_potrf_table_words(tiles));
+  vrx_int* table = static_cast<vrx_int*>(vrx_serv_malloc(bytes, 128));
   if (!table) {
     if (trace) trace->fallback = 1;
     return sequential(upper, n, a, lda, info);

@@ -18,6 +18,13 @@ template <typename T>
 T marker() {
   return vrx_traits<T>::make(vrx_real_t<T>(-777), 0);
 }
+
+// U(l, i), l <= i, in wide parts: the upper factor's entry, or conj of L(i, l).
+template <typename W, typename T>
+void factor_entry(bool upper, const std::vector<T>& f, int64_t lda, int64_t l, int64_t i, W* re, W* im) {
+  parts(upper ? f[i * lda + l] : f[l * lda + i], re, im);
+  if (!upper) *im = -*im;
+}
 }  // namespace vrx_test_detail
 
 // A Hermitian n by n matrix, both triangles stored, leading dimension lda >= n: entries
@@ -49,14 +56,8 @@ double vrx_test_cholesky_residual(bool upper, int64_t n, const std::vector<T>& a
                                   int64_t lda) {
   typedef vrx_test_wide_t<T> W;
   if (n == 0) return 0;
-  // U(l, i) as wide parts: the upper factor's entry, or conj of L(i, l).
   auto factor = [&](int64_t l, int64_t i, W* re, W* im) {
-    if (upper) {
-      vrx_test_detail::parts(f[i * lda + l], re, im);
-    } else {
-      vrx_test_detail::parts(f[l * lda + i], re, im);
-      *im = -*im;
-    }
+    vrx_test_detail::factor_entry(upper, f, lda, l, i, re, im);
   };
   double worst = 0, norm_a = 0;
   for (int64_t j = 0; j < n; ++j) {
@@ -91,9 +92,8 @@ double vrx_test_cholesky_vector_residual(bool upper, int64_t n, const std::vecto
                                          int64_t lda) {
   typedef vrx_test_wide_t<T> W;
   if (n == 0) return 0;
-  auto factor = [&](int64_t l, int64_t i, W* re, W* im) {  // U(l, i), l <= i
-    vrx_test_detail::parts(upper ? f[i * lda + l] : f[l * lda + i], re, im);
-    if (!upper) *im = -*im;
+  auto factor = [&](int64_t l, int64_t i, W* re, W* im) {
+    vrx_test_detail::factor_entry(upper, f, lda, l, i, re, im);
   };
   std::vector<W> x_re(n), x_im(n), y_re(n, 0), y_im(n, 0), u_re(n, 0), u_im(n, 0);
   uint64_t state = 5;
