@@ -158,16 +158,6 @@ int main(int argc, char** argv) {
   }
   std::printf("case ours best_peer ratio\n");
   std::fflush(stdout);
-  for (int type : {7, 0}) {
-    if (!bench_cpu_can_run_type(type)) continue;
-    for (int threads : {1, 2}) {
-      const std::string out = bench_rerun_self(
-          {"--worker", "--order", std::to_string(order)},
-          {"VRX_DEBUG_CPU_TYPE=" + std::to_string(type), "VRX_DYNAMIC=false", "VRX_NUM_THREADS=" + std::to_string(threads),
-           std::string(type == 7 ? "VRX_ENABLE_INSTRUCTIONS=AVX512" : "VRX_ENABLE_INSTRUCTIONS=")});
-      std::fputs(out.c_str(), stdout);
-      std::fflush(stdout);
-    }
-  }
+  bench_rerun_per_type_and_threads({"--worker", "--order", std::to_string(order)});
   return 0;
 }

@@ -187,16 +187,6 @@ int main(int argc, char** argv) {
   if (panels) args.push_back("--panels");
   args.push_back("--order");
   args.push_back(std::to_string(order));
-  for (int type : {7, 0}) {
-    if (!bench_cpu_can_run_type(type)) continue;
-    for (int threads : {1, 2}) {
-      const std::string out =
-          bench_rerun_self(args, {"VRX_DEBUG_CPU_TYPE=" + std::to_string(type), "VRX_DYNAMIC=false",
-                                  "VRX_NUM_THREADS=" + std::to_string(threads),
-                                  std::string(type == 7 ? "VRX_ENABLE_INSTRUCTIONS=AVX512" : "VRX_ENABLE_INSTRUCTIONS=")});
-      std::fputs(out.c_str(), stdout);
-      std::fflush(stdout);
-    }
-  }
+  bench_rerun_per_type_and_threads(args);
   return 0;
 }

@@ -180,3 +180,17 @@ std::string bench_rerun_self(const std::vector<std::string>& args, const std::ve
   pclose(pipe);
   return out;
 }
+
+void bench_rerun_per_type_and_threads(const std::vector<std::string>& args) {
+  for (int type : {7, 0}) {
+    if (!bench_cpu_can_run_type(type)) continue;
+    for (int threads : {1, 2}) {
+      const std::string out =
+          bench_rerun_self(args, {"VRX_DEBUG_CPU_TYPE=" + std::to_string(type), "VRX_DYNAMIC=false",
+                                  "VRX_NUM_THREADS=" + std::to_string(threads),
+                                  std::string(type == 7 ? "VRX_ENABLE_INSTRUCTIONS=AVX512" : "VRX_ENABLE_INSTRUCTIONS=")});
+      std::fputs(out.c_str(), stdout);
+      std::fflush(stdout);
+    }
+  }
+}

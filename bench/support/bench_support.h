@@ -87,3 +87,6 @@ double bench_fma_peak_cpu_time(int cpu_type, bool single);
 
 // Runs this program again with `extra_env` added and returns its stdout.
 std::string bench_rerun_self(const std::vector<std::string>& args, const std::vector<std::string>& extra_env);
+// Runs this program again with `args` under CPU types 7 and 0 (those this processor can
+// run), each on one and two threads with VRX_DYNAMIC off, printing each child's output.
+void bench_rerun_per_type_and_threads(const std::vector<std::string>& args);

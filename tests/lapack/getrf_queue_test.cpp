@@ -83,7 +83,7 @@ TYPED_TEST(GetrfQueue, FactorsEveryShapeWithEveryLayout) {
     EXPECT_EQ(o.trace.path, VRX_GETRF_PATH_QUEUE);
     EXPECT_EQ(o.trace.nb, c.nb);
     EXPECT_EQ(o.trace.region_threads, c.t);
-    EXPECT_EQ(vrx_test_queue_asked_threads, c.t);
+    EXPECT_EQ(vrx_test_getrf_asked_threads, c.t);
     if (c.group > 0) EXPECT_EQ(o.trace.group, c.group);
     if (c.tail >= 0) EXPECT_EQ(o.trace.tail, c.tail);
   }

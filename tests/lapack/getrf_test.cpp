@@ -15,6 +15,7 @@
 #include "lapack/lu/vrx_getrf.h"
 #include "service/vrx_serv.h"
 #include "support/lu_check.h"
+#include "tests/support/lapack_seams.h"
 
 namespace {
 template <typename T>
@@ -27,10 +28,6 @@ struct shape {
 };
 
 // The thread count of the LAPACK domain on this thread, for the test's lifetime.
-struct forced_threads {
-  explicit forced_threads(int t) { *vrx_serv_thread_override() = t; }
-  ~forced_threads() { *vrx_serv_thread_override() = 0; }
-};
 
 template <typename T>
 using factor_fn = void (*)(int64_t m, int64_t n, T* a, int64_t lda, int64_t* ipiv, int64_t* info);
@@ -100,7 +97,7 @@ TYPED_TEST(GetrfTest, UnblockedKernelFactorsSquareTallAndWide) {
 // columns allow it, the main thread after the join on the narrow last ones; a short last
 // panel; the wide matrix's final solve.
 TYPED_TEST(GetrfTest, LookaheadPathFactorsSquareTallAndWide) {
-  forced_threads four(4);
+  vrx_test_forced_threads four(4);
   vrx_test_getrf_tuned tuned(16, 0);
   const shape shapes[] = {{200, 200}, {203, 203}, {300, 90}, {90, 300}};
   uint64_t seed = 5;
@@ -117,7 +114,7 @@ TYPED_TEST(GetrfTest, LookaheadPathFactorsSquareTallAndWide) {
 }
 
 TYPED_TEST(GetrfTest, EmptyMatrixGivesInfoZeroAndTouchesNothing) {
-  forced_threads four(4);
+  vrx_test_forced_threads four(4);
   const factor_fn<TypeParam> paths[] = {seq<TypeParam>, unblocked<TypeParam>, lookahead<TypeParam>,
                                         entry<TypeParam>};
   for (factor_fn<TypeParam> factor : paths)
@@ -142,7 +139,7 @@ TYPED_TEST(GetrfTest, SingularMatrixGivesTheSameInfoAndPivotsOnEveryPath) {
     for (int64_t i = 0; i < m; ++i) a[col * lda + i] = vrx_traits<TypeParam>::make(0, 0);
   const outcome one = factor_and_check(seq<TypeParam>, a, m, n);
   EXPECT_EQ(one.info, 38);
-  forced_threads three(3);
+  vrx_test_forced_threads three(3);
   vrx_test_getrf_tuned tuned(16, 0);
   for (factor_fn<TypeParam> factor : {unblocked<TypeParam>, lookahead<TypeParam>, entry<TypeParam>}) {
     const outcome other = factor_and_check(factor, a, m, n);
@@ -298,7 +295,7 @@ TEST(GetrfHost, ChoosesThePathInItsOrder) {
       {2, m, n, 16, 0, VRX_GETRF_PATH_QUEUE},
   };
   for (const step& s : steps) {
-    forced_threads threads(s.threads);
+    vrx_test_forced_threads threads(s.threads);
     vrx_test_getrf_tuned tuned(s.nb, s.nx);
     const std::vector<double> part = vrx_test_lu_matrix<double>(s.rows, s.cols, s.rows + 3, 21);
     EXPECT_EQ(factor_and_check(entry<double>, part, s.rows, s.cols).info, 0);

@@ -13,6 +13,7 @@
 #include "lapack/solve_check.h"
 #include "service/vrx_serv.h"
 #include "support/lu_check.h"
+#include "tests/support/lapack_seams.h"
 
 namespace {
 template <typename T>
@@ -71,10 +72,6 @@ void check_solve(const char* trans, const factored<T>& f, int64_t nrhs, uint64_t
   EXPECT_EQ(f.ipiv, ipiv) << where;
 }
 
-struct forced_threads {
-  explicit forced_threads(int t) { *vrx_serv_thread_override() = t; }
-  ~forced_threads() { *vrx_serv_thread_override() = 0; }
-};
 }  // namespace
 
 TYPED_TEST(GetrsTest, SolvesEveryTransAndRightSideCount) {
@@ -88,7 +85,7 @@ TYPED_TEST(GetrsTest, SolvesEveryTransAndRightSideCount) {
 }
 
 TYPED_TEST(GetrsTest, ManyRightSidesTakeTheThreadedInterchanges) {
-  const forced_threads two(2);
+  const vrx_test_forced_threads two(2);
   const factored<TypeParam> f = factor<TypeParam>(40, 7);
   for (const char* trans : {"N", "T", "C"}) check_solve(trans, f, 130, 11);
 }

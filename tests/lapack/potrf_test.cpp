@@ -16,6 +16,7 @@
 #include "service/vrx_serv.h"
 #include "service/vrx_threads.h"
 #include "support/cholesky_check.h"
+#include "tests/support/lapack_seams.h"
 
 namespace {
 template <typename T>
@@ -24,10 +25,6 @@ typedef testing::Types<float, double, vrx_complex_float, vrx_complex_double> ele
 TYPED_TEST_SUITE(PotrfTest, element_types);
 
 // The thread count of the LAPACK domain on this thread, for the test's lifetime.
-struct forced_threads {
-  explicit forced_threads(int t) { *vrx_serv_thread_override() = t; }
-  ~forced_threads() { *vrx_serv_thread_override() = 0; }
-};
 
 struct chol_case {
   const char* name;
@@ -55,7 +52,7 @@ const chol_case cases[] = {
 template <typename T>
 std::vector<T> factor(const chol_case& c, bool upper, const std::vector<T>& a, int64_t lda, int64_t* info) {
   std::vector<T> f = a;
-  forced_threads threads(c.threads);
+  vrx_test_forced_threads threads(c.threads);
   vrx_test_potrf_tuned tuned(c.b, c.lim);
   const char* uplo = upper ? "U" : "l";
   vrx_test_potrf_names<T>::entry(uplo, &c.n, f.data(), &lda, info);
@@ -136,7 +133,7 @@ TEST(Potrf, SerialisedRegionRunsEveryTile) {
   {
 #pragma omp master
     {
-      forced_threads threads(4);
+      vrx_test_forced_threads threads(4);
       vrx_test_potrf_tuned tuned(16, 0);
       vrx_lapack_DPOTRF("L", &n, f.data(), &lda, &info);
       trace = *vrx_lapack_potrf_trace();

@@ -12,6 +12,7 @@
 
 #include "lapack/cholesky/vrx_potrf.h"
 #include "tests/support/gemm_typed_reference.h"
+#include "tests/support/lapack_seams.h"
 
 namespace vrx_test_detail {
 template <typename T>
@@ -172,7 +173,7 @@ inline vrx_test_potrf_answers vrx_test_potrf_chosen = {0, 0};
 inline vrx_int vrx_test_potrf_answerer(const vrx_int* ispec, const char* name, const char* opts, const vrx_int* n1,
                                        const vrx_int* n2, const vrx_int* n3, const vrx_int* n4, vrx_int name_length,
                                        vrx_int opts_length) {
-  const bool tiles = *ispec == 1 && name_length >= 6 && std::strncmp(name + 1, "POTRF", 5) == 0 && *n2 >= 2;
+  const bool tiles = *ispec == 1 && vrx_test_asks_about(name, name_length, "POTRF") && *n2 >= 2;
   if (tiles && *n3 == -1 && vrx_test_potrf_chosen.b) return vrx_test_potrf_chosen.b;
   if (tiles && *n3 == -3 && vrx_test_potrf_chosen.lim) return vrx_test_potrf_chosen.lim;
   return ILAENV(ispec, name, opts, n1, n2, n3, n4, name_length, opts_length);
@@ -180,15 +181,9 @@ inline vrx_int vrx_test_potrf_answerer(const vrx_int* ispec, const char* name, c
 
 // Puts the answerer in place for its lifetime.
 struct vrx_test_potrf_tuned {
-  vrx_lapack_tuning_fn saved;
-  vrx_test_potrf_tuned(vrx_int b, vrx_int lim) : saved(vrx_lapack_tuning) {
-    vrx_test_potrf_chosen = {b, lim};
-    vrx_lapack_tuning = vrx_test_potrf_answerer;
-  }
-  ~vrx_test_potrf_tuned() {
-    vrx_lapack_tuning = saved;
-    vrx_test_potrf_chosen = {0, 0};
-  }
+  vrx_test_tuning_seam seam;
+  vrx_test_potrf_tuned(vrx_int b, vrx_int lim) : seam(vrx_test_potrf_answerer) { vrx_test_potrf_chosen = {b, lim}; }
+  ~vrx_test_potrf_tuned() { vrx_test_potrf_chosen = {0, 0}; }
 };
 
 // The entries and the published unblocked routines by element type.
