@@ -36,26 +36,10 @@ peer peer_from(const std::string& name, void* handle) {
           reinterpret_cast<fortran_getrf_fn<vrx_complex_double>>(dlsym(handle, "zgetrf_"))};
 }
 
-const char* const reference_lapack_path = "/usr/lib/x86_64-linux-gnu/lapack/liblapack.so.3";
-const char* const blis_blas_path = "/usr/lib/x86_64-linux-gnu/blis-openmp/libblas.so.3";
-
 std::vector<peer> load_peers(int threads) {
   std::vector<peer> peers;
-  for (const bench_peer_library& library : bench_open_peers(threads))
-    if (library.handle && std::strcmp(library.name, "OpenBLAS") == 0) peers.push_back(peer_from("OpenBLAS", library.handle));
-  // BLIS as the process's libblas.so.3 (after the thread settings above), so that the
-  // published LAPACK binds to it by its name, and libflame finds the BLAS and libm it
-  // leaves undefined.
-  setenv("OMP_NUM_THREADS", std::to_string(threads).c_str(), 1);
-  dlopen("libm.so.6", RTLD_NOW | RTLD_GLOBAL);
-  if (!dlopen(blis_blas_path, RTLD_NOW | RTLD_GLOBAL)) return peers;
-  if (void* reference = dlopen(reference_lapack_path, RTLD_NOW | RTLD_LOCAL))
-    peers.push_back(peer_from("LAPACK+BLIS", reference));
-  if (void* flame = dlopen("libflame.so.1", RTLD_NOW | RTLD_LOCAL)) {
-    typedef void (*init_fn)();
-    if (auto init = reinterpret_cast<init_fn>(dlsym(flame, "FLA_Init"))) init();
-    peers.push_back(peer_from("libflame", flame));
-  }
+  for (const bench_peer_library& library : bench_open_lapack_peers(threads))
+    peers.push_back(peer_from(library.name, library.handle));
   return peers;
 }
 

@@ -194,3 +194,23 @@ void bench_rerun_per_type_and_threads(const std::vector<std::string>& args) {
     }
   }
 }
+
+std::vector<bench_peer_library> bench_open_lapack_peers(int threads) {
+  std::vector<bench_peer_library> peers;
+  for (const bench_peer_library& library : bench_open_peers(threads))
+    if (library.handle && std::string(library.name) == "OpenBLAS") peers.push_back(library);
+  // BLIS as the process's libblas.so.3 (after the thread settings above), so that the
+  // published LAPACK binds to it by its name, and libflame finds the BLAS and libm it
+  // leaves undefined.
+  setenv("OMP_NUM_THREADS", std::to_string(threads).c_str(), 1);
+  dlopen("libm.so.6", RTLD_NOW | RTLD_GLOBAL);
+  if (!dlopen("/usr/lib/x86_64-linux-gnu/blis-openmp/libblas.so.3", RTLD_NOW | RTLD_GLOBAL)) return peers;
+  if (void* reference = dlopen("/usr/lib/x86_64-linux-gnu/lapack/liblapack.so.3", RTLD_NOW | RTLD_LOCAL))
+    peers.push_back({"LAPACK+BLIS", reference});
+  if (void* flame = dlopen("libflame.so.1", RTLD_NOW | RTLD_LOCAL)) {
+    typedef void (*init_fn)();
+    if (auto init = reinterpret_cast<init_fn>(dlsym(flame, "FLA_Init"))) init();
+    peers.push_back({"libflame", flame});
+  }
+  return peers;
+}

@@ -67,6 +67,11 @@ struct bench_peer_library {
 };
 std::vector<bench_peer_library> bench_open_peers(int threads);
 
+// The LAPACK peers at `threads` threads: OpenBLAS (its own LAPACK), the published LAPACK
+// over BLIS, and libflame; one who is not installed is left out. Call once per process:
+// BLIS becomes the process's libblas.so.3.
+std::vector<bench_peer_library> bench_open_lapack_peers(int threads);
+
 // Single-core peak in GFLOPS of a loop of independent vector operations.
 struct bench_peaks {
   double sse2_mul_add;   // 128-bit multiply plus add
