@@ -59,20 +59,6 @@ void fill(std::vector<T>* a) {
   }
 }
 
-// Best wall time of `repeats` calls after a warm-up, A restored before each.
-template <typename T, typename Call>
-double best_seconds(int repeats, const std::vector<T>& a0, std::vector<T>* a, Call&& call) {
-  double best = 1e300;
-  for (int r = 0; r <= repeats; ++r) {
-    *a = a0;
-    const double start = bench_now();
-    call();
-    const double t = bench_now() - start;
-    if (r > 0 && t < best) best = t;
-  }
-  return best;
-}
-
 // Floating-point operations of an m by n LU (a complex multiply-add counts as four).
 double lu_flops(bool complex, double m, double n) {
   const double k = m < n ? m : n, l = m < n ? n : m;
@@ -90,7 +76,7 @@ double gemm_rate(int m, int n) {
   const vrx_int vm = m, vn = n, vk = k;
   const T one = vrx_traits<T>::make(1, 0);
   const double flops = (vrx_is_complex<T> ? 8.0 : 2.0) * m * static_cast<double>(n) * k;
-  return flops * 1e-9 / best_seconds(flops > 6e10 ? 1 : 2, c0, &c, [&] {
+  return flops * 1e-9 / bench_best_restored(flops > 6e10 ? 1 : 2, [&] { c = c0; }, [&] {
     if constexpr (std::is_same_v<T, float>) vrx_blas_sgemm("N", "N", &vm, &vn, &vk, &one, a.data(), &vm, b.data(), &vk, &one, c.data(), &vm);
     else if constexpr (std::is_same_v<T, double>) vrx_blas_dgemm("N", "N", &vm, &vn, &vk, &one, a.data(), &vm, b.data(), &vk, &one, c.data(), &vm);
     else vrx_blas_zgemm("N", "N", &vm, &vn, &vk, &one, a.data(), &vm, b.data(), &vk, &one, c.data(), &vm);
@@ -109,7 +95,7 @@ void run_case(const lu_case& c, const std::vector<peer>& peers, int type, int th
   std::vector<vrx_int> ipiv(static_cast<std::size_t>(c.m < c.n ? c.m : c.n));
   std::vector<int> ipiv32(ipiv.size());
   vrx_int info = 0;
-  const double ours = flops * 1e-9 / best_seconds(repeats, a0, &a, [&] {
+  const double ours = flops * 1e-9 / bench_best_restored(repeats, [&] { a = a0; }, [&] {
     if constexpr (std::is_same_v<T, float>) vrx_lapack_SGETRF(&m, &n, a.data(), &lda, ipiv.data(), &info);
     else if constexpr (std::is_same_v<T, double>) vrx_lapack_DGETRF(&m, &n, a.data(), &lda, ipiv.data(), &info);
     else vrx_lapack_ZGETRF(&m, &n, a.data(), &lda, ipiv.data(), &info);
@@ -124,7 +110,7 @@ void run_case(const lu_case& c, const std::vector<peer>& peers, int type, int th
     if (!fn) continue;
     bench_settle();
     int peer_info = 0;
-    const double rate = flops * 1e-9 / best_seconds(repeats, a0, &a, [&] {
+    const double rate = flops * 1e-9 / bench_best_restored(repeats, [&] { a = a0; }, [&] {
       fn(&im, &in, a.data(), &ia, ipiv32.data(), &peer_info);
     });
     std::printf("#   %s %.2f\n", p.name.c_str(), rate);

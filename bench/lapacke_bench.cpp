@@ -54,20 +54,6 @@ std::vector<double> random_matrix(int n, int seed) {
   return a;
 }
 
-// Best wall time of `repeats` calls after a warm-up, `restore` run before each untimed.
-template <typename Restore, typename Call>
-double best_seconds(int repeats, Restore&& restore, Call&& call) {
-  double best = 1e300;
-  for (int r = 0; r <= repeats; ++r) {
-    restore();
-    const double start = bench_now();
-    call();
-    const double t = bench_now() - start;
-    if (r > 0 && t < best) best = t;
-  }
-  return best;
-}
-
 void print(const std::string& name, double ours, double peer, const char* extra = "") {
   std::printf("%s %.2f %.2f %.3f%s\n", name.c_str(), ours, peer, peer > 0 ? ours / peer : 0.0, extra);
   std::fflush(stdout);
@@ -82,19 +68,19 @@ void run(int order, int type, int threads) {
   const double lu_flops = 2.0 / 3.0 * order * static_cast<double>(order) * order;
   auto restore = [&] { a = a0; };
   for (int layout : {LAPACK_COL_MAJOR, LAPACK_ROW_MAJOR}) {
-    const double ours = lu_flops * 1e-9 / best_seconds(1, restore, [&] {
+    const double ours = lu_flops * 1e-9 / bench_best_restored(1, restore, [&] {
       LAPACKE_dgetrf(layout, order, order, a.data(), order, ipiv.data());
     });
     double theirs = 0;
     if (peer.getrf) {
       bench_settle();
-      theirs = lu_flops * 1e-9 / best_seconds(1, restore, [&] { peer.getrf(layout, order, order, a.data(), order, ipiv.data()); });
+      theirs = lu_flops * 1e-9 / bench_best_restored(1, restore, [&] { peer.getrf(layout, order, order, a.data(), order, ipiv.data()); });
     }
     // The engine's own factorisation of the same matrix, column-major.
     std::vector<vrx_int> ipiv64(order);
     const vrx_int n = order;
     vrx_int info = 0;
-    const double engine = lu_flops * 1e-9 / best_seconds(1, restore, [&] {
+    const double engine = lu_flops * 1e-9 / bench_best_restored(1, restore, [&] {
       vrx_lapack_DGETRF(&n, &n, a.data(), &n, ipiv64.data(), &info);
     });
     char extra[64];
@@ -112,13 +98,13 @@ void run(int order, int type, int threads) {
     auto restore_b = [&] { std::copy(b0.begin(), b0.begin() + b.size(), b.begin()); };
     const double flops = 2.0 * order * static_cast<double>(order) * nrhs;
     const int repeats = nrhs == 1 ? 20 : 3;
-    const double ours = flops * 1e-9 / best_seconds(repeats, restore_b, [&] {
+    const double ours = flops * 1e-9 / bench_best_restored(repeats, restore_b, [&] {
       LAPACKE_dgetrs(LAPACK_COL_MAJOR, 'N', order, nrhs, lu.data(), order, ipiv.data(), b.data(), order);
     });
     double theirs = 0;
     if (peer.getrs) {
       bench_settle();
-      theirs = flops * 1e-9 / best_seconds(repeats, restore_b, [&] {
+      theirs = flops * 1e-9 / bench_best_restored(repeats, restore_b, [&] {
         peer.getrs(LAPACK_COL_MAJOR, 'N', order, nrhs, lu.data(), order, ipiv.data(), b.data(), order);
       });
     }
@@ -131,13 +117,13 @@ void run(int order, int type, int threads) {
   LAPACKE_dgetrf(LAPACK_COL_MAJOR, half, half, f0.data(), half, ipiv_half.data());
   auto restore_f = [&] { f = f0; };
   const double flops = 4.0 / 3.0 * half * static_cast<double>(half) * half;
-  const double ours = flops * 1e-9 / best_seconds(2, restore_f, [&] {
+  const double ours = flops * 1e-9 / bench_best_restored(2, restore_f, [&] {
     LAPACKE_dgetri(LAPACK_COL_MAJOR, half, f.data(), half, ipiv_half.data());
   });
   double theirs = 0;
   if (peer.getri) {
     bench_settle();
-    theirs = flops * 1e-9 / best_seconds(2, restore_f, [&] { peer.getri(LAPACK_COL_MAJOR, half, f.data(), half, ipiv_half.data()); });
+    theirs = flops * 1e-9 / bench_best_restored(2, restore_f, [&] { peer.getri(LAPACK_COL_MAJOR, half, f.data(), half, ipiv_half.data()); });
   }
   print("LAPACKE_dgetri-" + std::to_string(half) + tag, ours, theirs);
 }

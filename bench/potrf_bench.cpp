@@ -34,25 +34,12 @@ std::vector<double> spd_matrix(int n) {
   return a;
 }
 
-template <typename Call>
-double best_seconds(int repeats, const std::vector<double>& a0, std::vector<double>* a, Call&& call) {
-  double best = 1e300;
-  for (int r = 0; r <= repeats; ++r) {
-    *a = a0;
-    const double start = bench_now();
-    call();
-    const double t = bench_now() - start;
-    if (r > 0 && t < best) best = t;
-  }
-  return best;
-}
-
 double dgemm_rate(int n) {
   std::vector<double> a = spd_matrix(n), c0(a.size()), c;
   const vrx_int order = n;
   const double one = 1.0;
   const double flops = 2.0 * n * static_cast<double>(n) * n;
-  return flops * 1e-9 / best_seconds(flops > 6e10 ? 1 : 3, c0, &c, [&] {
+  return flops * 1e-9 / bench_best_restored(flops > 6e10 ? 1 : 3, [&] { c = c0; }, [&] {
     vrx_blas_dgemm("N", "N", &order, &order, &order, &one, a.data(), &order, a.data(), &order, &one, c.data(), &order);
   });
 }
@@ -70,7 +57,7 @@ void run(bool full, int type, int threads) {
     std::vector<double> a;
     const double flops = n * static_cast<double>(n) * n / 3.0;
     const int repeats = flops > 1e11 ? 1 : flops > 1e9 ? 3 : 10;
-    const double ours = flops * 1e-9 / best_seconds(repeats, a0, &a, [&] {
+    const double ours = flops * 1e-9 / bench_best_restored(repeats, [&] { a = a0; }, [&] {
       LAPACKE_dpotrf(LAPACK_COL_MAJOR, 'L', n, a.data(), n);
     });
     double best_peer = 0;
@@ -78,7 +65,7 @@ void run(bool full, int type, int threads) {
     for (const auto& p : peers) {
       bench_settle();
       int info = 0;
-      const double rate = flops * 1e-9 / best_seconds(repeats, a0, &a, [&] { p.second("L", &n, a.data(), &n, &info, 1); });
+      const double rate = flops * 1e-9 / bench_best_restored(repeats, [&] { a = a0; }, [&] { p.second("L", &n, a.data(), &n, &info, 1); });
       std::printf("#   %s %.2f\n", p.first.c_str(), rate);
       if (rate > best_peer) {
         best_peer = rate;

@@ -63,20 +63,6 @@ void fill(std::vector<T>* a, std::vector<T>* b, int order) {
   for (T& x : *b) x = vrx_traits<T>::make(static_cast<vrx_real_t<T>>(next()), static_cast<vrx_real_t<T>>(next()));
 }
 
-// Best wall time of `repeats` calls after a warm-up, B restored before each.
-template <typename T, typename Call>
-double best_seconds(int repeats, const std::vector<T>& b0, std::vector<T>* b, Call&& call) {
-  double best = 1e300;
-  for (int r = 0; r <= repeats; ++r) {
-    *b = b0;
-    const double start = bench_now();
-    call();
-    const double t = bench_now() - start;
-    if (r > 0 && t < best) best = t;
-  }
-  return best;
-}
-
 template <typename T>
 void run_case(const tri_case& c, const std::vector<peer>& peers, int type, int threads, double dgemm_rate,
               double peak) {
@@ -98,7 +84,7 @@ void run_case(const tri_case& c, const std::vector<peer>& peers, int type, int t
       ZTRSM(side, uplo, transa, diag, &m, &n, &one, a.data(), &ld_a, b.data(), &ld_b);
     }
   };
-  const double ours = flops * 1e-9 / best_seconds(repeats, b0, &b, ours_call);
+  const double ours = flops * 1e-9 / bench_best_restored(repeats, [&] { b = b0; }, ours_call);
   double best_peer = 0;
   for (const peer& p : peers) {
     fortran_tri_fn<T> fn;
@@ -106,7 +92,7 @@ void run_case(const tri_case& c, const std::vector<peer>& peers, int type, int t
     else fn = p.ztrsm;
     if (!fn) continue;
     bench_settle();
-    const double rate = flops * 1e-9 / best_seconds(repeats, b0, &b, [&] {
+    const double rate = flops * 1e-9 / bench_best_restored(repeats, [&] { b = b0; }, [&] {
       fn(side, uplo, transa, diag, &im, &in, &one, a.data(), &ia, b.data(), &ib, 1, 1, 1, 1);
     });
     if (rate > best_peer) best_peer = rate;
@@ -125,7 +111,7 @@ double dgemm_rate(int order) {
   const vrx_int n = order;
   const double one = 1.0;
   const double flops = 2.0 * order * static_cast<double>(order) * order;
-  return flops * 1e-9 / best_seconds(flops > 6e10 ? 1 : 2, c0, &c, [&] {
+  return flops * 1e-9 / bench_best_restored(flops > 6e10 ? 1 : 2, [&] { c = c0; }, [&] {
     vrx_blas_dgemm("N", "N", &n, &n, &n, &one, a.data(), &n, a.data(), &n, &one, c.data(), &n);
   });
 }

@@ -30,6 +30,7 @@
 #include "support/lu_check.h"
 #include "support/counted_blocks.h"
 #include "support/refused_memory.h"
+#include "support/precision_letters.h"
 
 namespace {
 bool failed = false;
@@ -150,15 +151,7 @@ int main(int argc, char** argv) {
     const int step = stop ? std::atoi(argv[i + 7]) : 0;
     const vrx_base_allocator counting = vrx_serv_base_allocator;
     if (action == "refused" && !vrx_test_refuse_memory("nomemory")) return 2;
-    for (const char* l = letters; *l; ++l) {
-      switch (*l) {
-        case 'S': run<float>(action, c, step); break;
-        case 'D': run<double>(action, c, step); break;
-        case 'C': run<vrx_complex_float>(action, c, step); break;
-        case 'Z': run<vrx_complex_double>(action, c, step); break;
-        default: return 2;
-      }
-    }
+    if (!vrx_test_for_each_letter(letters, [&](auto zero) { run<decltype(zero)>(action, c, step); })) return 2;
     vrx_serv_base_allocator = counting;
     i += needed;
   }

@@ -26,6 +26,7 @@
 #include "service/vrx_serv.h"
 #include "support/cholesky_check.h"
 #include "support/refused_memory.h"
+#include "support/precision_letters.h"
 
 namespace {
 bool failed = false;
@@ -115,15 +116,7 @@ int main(int argc, char** argv) {
   const std::string mode = argv[1];
   if (mode == "nomemory" && !vrx_test_refuse_memory("nomemory")) return 2;
   if (mode == "stop") vrx_serv_set_progress(stopping_hook);
-  for (const char* l = argv[2]; *l; ++l) {
-    switch (*l) {
-      case 'S': run_mode<float>(mode); break;
-      case 'D': run_mode<double>(mode); break;
-      case 'C': run_mode<vrx_complex_float>(mode); break;
-      case 'Z': run_mode<vrx_complex_double>(mode); break;
-      default: return 2;
-    }
-  }
+  if (!vrx_test_for_each_letter(argv[2], [&](auto zero) { run_mode<decltype(zero)>(mode); })) return 2;
   std::printf(failed ? "failed\n" : "ok\n");
   return failed ? 1 : 0;
 }
