@@ -3,6 +3,7 @@
 #include <omp.h>
 
 #include "lapack/lu/vrx_getrf.h"
+#include "lapack/sched/vrx_team_sync.h"
 #include "service/vrx_serv.h"
 
 namespace {
@@ -68,10 +69,8 @@ void vrx_lapack_laswp(vrx_int n, T* a, vrx_int lda, vrx_int k1, vrx_int k2, cons
   }
 #pragma omp parallel num_threads(t)
   {
-    const vrx_int team = omp_get_num_threads(), id = omp_get_thread_num();
-    const vrx_int share = n / team, extra = n % team;
-    const vrx_int first = id * share + (id < extra ? id : extra);
-    const vrx_int width = share + (id < extra ? 1 : 0);
+    vrx_int first, width;
+    vrx_lapack_split(n, omp_get_num_threads(), omp_get_thread_num(), &first, &width);
     vrx_lapack_laswp_sequential(width, a + first * lda, lda, k1, k2, ipiv, incx);
   }
 }

@@ -27,11 +27,7 @@ constexpr threads_row block_by_threads[] = {
     {INT64_MAX, vrx_make_ladder(above_24_threads)},
 };
 
-bool has_precision_letter(const char* name) {
-  if (!name) return false;
-  const char c = static_cast<char>(*name & ~0x20);
-  return c == 'S' || c == 'D' || c == 'C' || c == 'Z';
-}
+bool has_precision_letter(const char* name) { return name && vrx_tuning_precision_letter(*name) != 0; }
 
 vrx_int block_size(vrx_int n, vrx_int threads) {
   if (n < small_order || vrx_serv_cpu_detect() == 0) return small_block;

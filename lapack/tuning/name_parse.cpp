@@ -30,8 +30,10 @@ void vrx_tuning_parse(vrx_tuning_query* q, int key, const char* name, vrx_int na
   q->branch = 1;
 }
 
-unsigned vrx_tuning_precision(const vrx_tuning_query& q) {
-  switch (q.name[0]) {
+unsigned vrx_tuning_precision(const vrx_tuning_query& q) { return vrx_tuning_precision_letter(q.name[0]); }
+
+unsigned vrx_tuning_precision_letter(char first) {
+  switch (first & ~0x20) {
     case 'S': return vrx_prec_s;
     case 'D': return vrx_prec_d;
     case 'C': return vrx_prec_c;

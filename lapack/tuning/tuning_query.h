@@ -27,6 +27,8 @@ void vrx_tuning_parse(vrx_tuning_query* q, int key, const char* name, vrx_int na
 bool vrx_tuning_is_cpu_name(const char* name, vrx_int name_length);
 // The precision bit of the name, 0 when the first character is not S, D, C or Z.
 unsigned vrx_tuning_precision(const vrx_tuning_query& q);
+// The precision bit of a name's first character in either case, 0 for any other.
+unsigned vrx_tuning_precision_letter(char first);
 // Whether the name without its precision is `family` (five characters). In `family`, "**"
 // stands for the orthogonal sub-operations QR, RQ, LQ, QL, HR, TR and BR: "ORG**".
 bool vrx_tuning_named(const vrx_tuning_query& q, const char* family);
