@@ -118,3 +118,47 @@ vrx_potrs_fn_type<float> vrx_lapack_spotrs;
 vrx_potrs_fn_type<double> vrx_lapack_dpotrs;
 vrx_potrs_fn_type<vrx_complex_float> vrx_lapack_cpotrs;
 vrx_potrs_fn_type<vrx_complex_double> vrx_lapack_zpotrs;
+
+// ---- QR and least squares ----
+template <typename T>
+using vrx_geqrf_fn_type = void(const vrx_int* m, const vrx_int* n, T* a, const vrx_int* lda, T* tau, T* work,
+                               const vrx_int* lwork, vrx_int* info);
+// Minimum-norm or least-squares solution of op(A) X = B (trans N, or T for real data).
+template <typename T>
+using vrx_gels_fn_type = void(const char* trans, const vrx_int* m, const vrx_int* n, const vrx_int* nrhs, T* a,
+                              const vrx_int* lda, T* b, const vrx_int* ldb, T* work, const vrx_int* lwork,
+                              vrx_int* info);
+// op(A) X = B for triangular A, with the published checks; info = i > 0: a(i,i) is zero.
+template <typename T>
+using vrx_trtrs_fn_type = void(const char* uplo, const char* trans, const char* diag, const vrx_int* n,
+                               const vrx_int* nrhs, const T* a, const vrx_int* lda, T* b, const vrx_int* ldb,
+                               vrx_int* info);
+// The entries that hold the offload gate's place, and the host routines (path choice).
+vrx_geqrf_fn_type<float> vrx_lapack_SGEQRF;
+vrx_geqrf_fn_type<double> vrx_lapack_DGEQRF;
+vrx_geqrf_fn_type<vrx_complex_float> vrx_lapack_CGEQRF;
+vrx_geqrf_fn_type<vrx_complex_double> vrx_lapack_ZGEQRF;
+vrx_geqrf_fn_type<float> vrx_lapack_sgeqrf_host;
+vrx_geqrf_fn_type<double> vrx_lapack_dgeqrf_host;
+vrx_geqrf_fn_type<vrx_complex_float> vrx_lapack_cgeqrf_host;
+vrx_geqrf_fn_type<vrx_complex_double> vrx_lapack_zgeqrf_host;
+vrx_gels_fn_type<float> vrx_lapack_sgels;
+vrx_gels_fn_type<double> vrx_lapack_dgels;
+vrx_trtrs_fn_type<float> vrx_lapack_strtrs;
+vrx_trtrs_fn_type<double> vrx_lapack_dtrtrs;
+vrx_trtrs_fn_type<vrx_complex_float> vrx_lapack_ctrtrs;
+vrx_trtrs_fn_type<vrx_complex_double> vrx_lapack_ztrtrs;
+
+// ---- symmetric and Hermitian eigenproblems ----
+// Eigenvalues ascending in w; for jobz "V" the orthonormal eigenvectors in a.
+template <typename T>
+using vrx_syev_fn_type = void(const char* jobz, const char* uplo, const vrx_int* n, T* a, const vrx_int* lda, T* w,
+                              T* work, const vrx_int* lwork, vrx_int* info);
+// The Hermitian form takes rwork of max(1, 3 n - 2) reals.
+template <typename T>
+using vrx_heev_fn_type = void(const char* jobz, const char* uplo, const vrx_int* n, T* a, const vrx_int* lda,
+                              vrx_real_t<T>* w, T* work, const vrx_int* lwork, vrx_real_t<T>* rwork, vrx_int* info);
+vrx_syev_fn_type<float> vrx_lapack_ssyev;
+vrx_syev_fn_type<double> vrx_lapack_dsyev;
+vrx_heev_fn_type<vrx_complex_float> vrx_lapack_cheev;
+vrx_heev_fn_type<vrx_complex_double> vrx_lapack_zheev;
