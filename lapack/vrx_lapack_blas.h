@@ -7,8 +7,10 @@ template <typename T>
 struct vrx_lapack_blas;
 
 // gemm: the threaded entry; gemm_sequential: the kernel that never forks (inside
-// workers); trsm/trmm likewise. gemv, trsv and trmv: the level-2 routines by published name.
-#define VRX_LAPACK_BLAS_MEMBERS(T, x, X)                                         \
+// workers); trsm/trmm likewise. gemv, trsv and trmv: the level-2 routines by published name;
+// gerc the rank-one update with y conjugated (GER for real data); nrm2, scal and copy the
+// level-1 routines by published name (SCNRM2, DZNRM2 for complex).
+#define VRX_LAPACK_BLAS_MEMBERS(T, x, X, GERC, NRM2)                             \
   template <>                                                                  \
   struct vrx_lapack_blas<T> {                                                  \
     static constexpr vrx_gemm_fn<T> gemm = vrx_blas_##x##gemm;                 \
@@ -20,9 +22,13 @@ struct vrx_lapack_blas;
     static constexpr auto gemv = &X##GEMV;                                     \
     static constexpr auto trsv = &X##TRSV;                                     \
     static constexpr auto trmv = &X##TRMV;                                     \
+    static constexpr auto gerc = &GERC;                                        \
+    static constexpr auto nrm2 = &NRM2;                                        \
+    static constexpr auto scal = &X##SCAL;                                     \
+    static constexpr auto copy = &X##COPY;                                     \
   };
-VRX_LAPACK_BLAS_MEMBERS(float, s, S)
-VRX_LAPACK_BLAS_MEMBERS(double, d, D)
-VRX_LAPACK_BLAS_MEMBERS(vrx_complex_float, c, C)
-VRX_LAPACK_BLAS_MEMBERS(vrx_complex_double, z, Z)
+VRX_LAPACK_BLAS_MEMBERS(float, s, S, SGER, SNRM2)
+VRX_LAPACK_BLAS_MEMBERS(double, d, D, DGER, DNRM2)
+VRX_LAPACK_BLAS_MEMBERS(vrx_complex_float, c, C, CGERC, SCNRM2)
+VRX_LAPACK_BLAS_MEMBERS(vrx_complex_double, z, Z, ZGERC, DZNRM2)
 #undef VRX_LAPACK_BLAS_MEMBERS
