@@ -162,3 +162,9 @@ vrx_syev_fn_type<float> vrx_lapack_ssyev;
 vrx_syev_fn_type<double> vrx_lapack_dsyev;
 vrx_heev_fn_type<vrx_complex_float> vrx_lapack_cheev;
 vrx_heev_fn_type<vrx_complex_double> vrx_lapack_zheev;
+
+// ---- machine constants by their published letters ('E', 'S', 'B', 'P', ...) ----
+extern "C" {
+float SLAMCH(const char* cmach);
+double DLAMCH(const char* cmach);
+}

@@ -15,8 +15,8 @@ template <typename T>
 void vrx_lapack_laset(const char* uplo, vrx_int m, vrx_int n, T alpha, T beta, T* a, vrx_int lda);
 
 // A := A * (cto / cfrom) without overflow or underflow, in steps as published; type "G"
-// full, "L" lower, "U" upper, "H" Hessenberg, "B", "Q", "Z" band. info -1..-9 on a bad
-// argument (not reported).
+// full, "L" lower, "U" upper, "H" Hessenberg, "B", "Q", "Z" band. A bad argument sets
+// info to minus its position and is reported under the precision's "LASCL".
 template <typename T>
 void vrx_lapack_lascl(const char* type, vrx_int kl, vrx_int ku, vrx_real_t<T> cfrom, vrx_real_t<T> cto, vrx_int m,
                       vrx_int n, T* a, vrx_int lda, vrx_int* info);
