@@ -90,6 +90,16 @@ lapack_int LAPACKE_dpotrs(int matrix_layout, char uplo, lapack_int n, lapack_int
 lapack_int LAPACKE_spotrs(int matrix_layout, char uplo, lapack_int n, lapack_int nrhs, const float *a,
                           lapack_int lda, float *b, lapack_int ldb);
 
+/* ---- LAPACKE: symmetric eigenproblem ----
+   All eigenvalues of the symmetric n by n matrix A, ascending in w, and for jobz 'V' the
+   orthonormal eigenvectors in the columns of A (jobz 'N': eigenvalues only; either case).
+   Only the triangle named by uplo is read and screened for NaN; with vectors all of A is
+   written, and a row-major A is copied whole both ways. Above 0: the iteration failed to
+   converge, that many off-diagonal elements did not reach zero. */
+lapack_int LAPACKE_dsyev(int matrix_layout, char jobz, char uplo, lapack_int n, double *a, lapack_int lda,
+                         double *w);
+lapack_int LAPACKE_ssyev(int matrix_layout, char jobz, char uplo, lapack_int n, float *a, lapack_int lda, float *w);
+
 /* ---- Jacobian by central differences ----
    fjac (m by n, column-major, leading dimension m) := the Jacobian of fcn at x, with step
    parameter *eps. fcn(m, n, x, f) writes m values to f at the point x; it is called 2n times,

@@ -48,6 +48,17 @@ void SPOTRS(const char* uplo, const int* n, const int* nrhs, const float* a, con
 void spotrs(const char* uplo, const int* n, const int* nrhs, const float* a, const int* lda, float* b,
             const int* ldb, int* info);
 
+// Eigenvalues ascending in w and, for jobz V, the orthonormal eigenvectors in a, of the
+// symmetric matrix of which the uplo triangle is stored; lwork = -1 asks for the size.
+void DSYEV(const char* jobz, const char* uplo, const int* n, double* a, const int* lda, double* w, double* work,
+           const int* lwork, int* info);
+void dsyev(const char* jobz, const char* uplo, const int* n, double* a, const int* lda, double* w, double* work,
+           const int* lwork, int* info);
+void SSYEV(const char* jobz, const char* uplo, const int* n, float* a, const int* lda, float* w, float* work,
+           const int* lwork, int* info);
+void ssyev(const char* jobz, const char* uplo, const int* n, float* a, const int* lda, float* w, float* work,
+           const int* lwork, int* info);
+
 // Blocks of the LAPACKE layers and of the wrappers' temporaries: the thread's pool,
 // aligned to 128 bytes.
 void* LAPACKE_malloc(std::size_t size);
@@ -82,4 +93,12 @@ inline void vrx_fortran_potrs(const char* uplo, const int* n, const int* nrhs, c
 inline void vrx_fortran_potrs(const char* uplo, const int* n, const int* nrhs, const float* a, const int* lda,
                               float* b, const int* ldb, int* info) {
   SPOTRS(uplo, n, nrhs, a, lda, b, ldb, info);
+}
+inline void vrx_fortran_syev(const char* jobz, const char* uplo, const int* n, double* a, const int* lda, double* w,
+                             double* work, const int* lwork, int* info) {
+  DSYEV(jobz, uplo, n, a, lda, w, work, lwork, info);
+}
+inline void vrx_fortran_syev(const char* jobz, const char* uplo, const int* n, float* a, const int* lda, float* w,
+                             float* work, const int* lwork, int* info) {
+  SSYEV(jobz, uplo, n, a, lda, w, work, lwork, info);
 }

@@ -45,6 +45,9 @@ int LAPACKE_dpotrf_work(int layout, char uplo, int n, double* a, int lda);
 int LAPACKE_spotrf_work(int layout, char uplo, int n, float* a, int lda);
 int LAPACKE_dpotrs_work(int layout, char uplo, int n, int nrhs, const double* a, int lda, double* b, int ldb);
 int LAPACKE_spotrs_work(int layout, char uplo, int n, int nrhs, const float* a, int lda, float* b, int ldb);
+int LAPACKE_dsyev_work(int layout, char jobz, char uplo, int n, double* a, int lda, double* w, double* work,
+                       int lwork);
+int LAPACKE_ssyev_work(int layout, char jobz, char uplo, int n, float* a, int lda, float* w, float* work, int lwork);
 }
 
 // Phases of the NaN screening run on this thread, for tests.
