@@ -112,6 +112,39 @@ int djacobi(djacobi_fcn fcn, const int *n, const int *m, double *fjac, const dou
 int djacobix(djacobix_fcn fcn, const int *n, const int *m, double *fjac, const double *x, const double *eps,
              void *user_data);
 
+/* ---- Nonlinear least squares by trust regions (reverse communication) ----
+   Minimise ||F(x)||_2 over x of length n, F of length m >= n. The caller keeps a handle
+   (a pointer-sized value) and passes its address to every entry. After dtrnlsp_init, set
+   *rci_request to 0 and call dtrnlsp_solve in a loop; on return act on *rci_request and
+   call again with that same value: 1 asks for F at x (into fvec), 2 for the Jacobian at x
+   (into fjac, m by n, column-major, leading dimension m), 0 for nothing. A negative value
+   -k ends the loop with stop criterion k (read by dtrnlsp_get):
+     1 accepted steps reached iter1, 2 radius below eps[0], 3 ||F|| <= eps[1],
+     4 every Jacobian column shorter than eps[2], 5 ||s|| <= eps[3],
+     6 predicted change of ||F|| at most eps[4].
+   The caller may stop the loop by passing -1 or -2; that call returns 0 in *rci_request.
+   x and eps (six doubles) are kept by pointer and must outlive the handle; x is moved in
+   place. iter2 limits the passes of the inner solve per step; rs (0: 100) scales the first
+   radius. dtrnlspbc_* are the same with bounds lw <= x <= up (n doubles each, kept by
+   pointer; +-DBL_MAX means no bound). */
+typedef void *dtrnlsp_handle_t;
+#define TRN_SUCCESS 1501        /* success */
+#define TRN_INVALID_OPTION 1502 /* invalid input, or a failed step (st_cr -4) */
+#define TRN_OUT_OF_MEMORY 1503  /* out of memory */
+int dtrnlsp_init(dtrnlsp_handle_t *handle, const int *n, const int *m, double *x, const double *eps,
+                 const int *iter1, const int *iter2, const double *rs);
+int dtrnlsp_solve(dtrnlsp_handle_t *handle, double *fvec, double *fjac, int *rci_request);
+/* The accepted steps, the stop criterion and the initial and final ||F||; any time. */
+int dtrnlsp_get(dtrnlsp_handle_t *handle, int *iter, int *st_cr, double *r1, double *r2);
+/* Frees the handle's memory; the caller's pointer keeps its value. */
+int dtrnlsp_delete(dtrnlsp_handle_t *handle);
+int dtrnlspbc_init(dtrnlsp_handle_t *handle, const int *n, const int *m, double *x, const double *lw,
+                   const double *up, const double *eps, const int *iter1, const int *iter2, const double *rs);
+/* As dtrnlsp_solve; a failed step sets st_cr -4 and still returns TRN_SUCCESS. */
+int dtrnlspbc_solve(dtrnlsp_handle_t *handle, double *fvec, double *fjac, int *rci_request);
+int dtrnlspbc_get(dtrnlsp_handle_t *handle, int *iter, int *st_cr, double *r1, double *r2);
+int dtrnlspbc_delete(dtrnlsp_handle_t *handle);
+
 #ifdef __cplusplus
 }
 #endif
