@@ -1,30 +1,24 @@
-// What both solver families do alike with their records: the argument test of
-// init, the blocks taken in a fixed order and given back on a failure, and the
-// report.
+// What both solver families do alike with their records: the argument test of init,
+// the blocks taken in a fixed order and given back on a failure, and the report.
 #pragma once
-#include "optim/trn/vrx_trn.h"
 #include <cstddef>
+#include "optim/trn/vrx_trn.h"
 
 // Every block of the solvers is 64-byte aligned.
 constexpr int vrx_trn_block_alignment = 64;
 
 // The tests of init, written so that a NaN in eps or rs passes them.
-bool vrx_trn_arguments_valid(vrx_int n, vrx_int m, const double *eps,
-                             vrx_int iter1, vrx_int iter2, double rs);
+bool vrx_trn_arguments_valid(vrx_int n, vrx_int m, const double* eps, vrx_int iter1, vrx_int iter2, double rs);
 
-// Takes blocks of the given sizes and alignment in order into `blocks`. Returns
-// how many it took: `count` on success; on a failure the blocks taken before it
-// are still held.
-int vrx_trn_take_blocks(void **blocks, const std::size_t *bytes, int count,
-                        int alignment = vrx_trn_block_alignment);
+// Takes blocks of the given sizes and alignment in order into `blocks`. Returns how many
+// it took: `count` on success; on a failure the blocks taken before it are still held.
+int vrx_trn_take_blocks(void** blocks, const std::size_t* bytes, int count, int alignment = vrx_trn_block_alignment);
 // Frees blocks [from, to) in reverse order.
-void vrx_trn_free_blocks(void *const *blocks, int from, int to);
+void vrx_trn_free_blocks(void* const* blocks, int from, int to);
 
-// Fills the records and the kept pointers shared by both states after a
-// successful init.
+// Fills the records and the kept pointers shared by both states after a successful init.
 template <class State>
-void vrx_trn_start_records(vrx_trn_handle *block, State *state, vrx_int n,
-                           vrx_int m, double *x, const double *eps,
+void vrx_trn_start_records(vrx_trn_handle* block, State* state, vrx_int n, vrx_int m, double* x, const double* eps,
                            vrx_int iter1, vrx_int iter2, double rs) {
   state->iteration = 0;
   state->first = 1;
@@ -46,9 +40,8 @@ void vrx_trn_start_records(vrx_trn_handle *block, State *state, vrx_int n,
 
 // The report of get, at any time.
 template <class State>
-int vrx_trn_report(vrx_trn_handle **handle, vrx_int *iter, vrx_int *st_cr,
-                   double *r1, double *r2) {
-  const State *state = static_cast<const State *>((*handle)->state);
+int vrx_trn_report(vrx_trn_handle** handle, vrx_int* iter, vrx_int* st_cr, double* r1, double* r2) {
+  const State* state = static_cast<const State*>((*handle)->state);
   *iter = state->iter_rec[VRX_TRN_FINAL_COUNT];
   *st_cr = state->iter_rec[VRX_TRN_ST_CR];
   *r1 = state->res_rec[VRX_TRN_R1];
