@@ -1,0 +1,282 @@
+// Householder reflectors in the four precisions: a generated reflector maps (alpha; x) to
+// (beta; 0) with beta real, also for a zero x and for inputs so tiny or huge that the
+// rescaling runs; a block reflector from LARFT applied by LARFB, in all 16 variants, equals
+// the product of its reflectors applied one by one with LARF (with reflectors of short
+// support, a zero tau, and garbage where V and T are never read); the unblocked
+// factorisations reproduce A with orthonormal factors, and the unblocked application of Q
+// equals a product with the explicit Q.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstdint>
+#include <limits>
+#include <string>
+#include <vector>
+
+#include "lapack/householder/vrx_householder.h"
+#include "tests/support/householder_check.h"
+
+namespace {
+template <typename T>
+class HouseholderTest : public testing::Test {};
+typedef testing::Types<float, double, vrx_complex_float, vrx_complex_double> element_types;
+TYPED_TEST_SUITE(HouseholderTest, element_types);
+
+template <typename T>
+T marker() {
+  return vrx_traits<T>::make(vrx_real_t<T>(55), vrx_real_t<T>(-3));
+}
+
+template <typename T>
+double eps() {
+  return static_cast<double>(vrx_machine<vrx_real_t<T>>::eps);
+}
+
+template <typename T>
+std::vector<T> random_matrix(int64_t rows, int64_t cols, int64_t ld, uint64_t seed) {
+  std::vector<T> a(static_cast<std::size_t>(std::max<int64_t>(ld * cols, 1)), marker<T>());
+  uint64_t state = seed * 2654435761u + 3;
+  for (int64_t j = 0; j < cols; ++j)
+    for (int64_t i = 0; i < rows; ++i) a[j * ld + i] = vrx_test_value<T>(&state);
+  return a;
+}
+
+// ---- LARFG ----
+
+enum larfg_kind { RANDOM_INPUT, ZERO_X_REAL_ALPHA, ZERO_X_COMPLEX_ALPHA, TINY_INPUT, HUGE_INPUT };
+
+TYPED_TEST(HouseholderTest, LarfgAnnihilatesWithRealBeta) {
+  typedef TypeParam T;
+  typedef vrx_real_t<T> R;
+  typedef vrx_test_wide_complex<T> C;
+  // Subnormal (without the rescaling 1 / (alpha - beta) overflows), and near overflow.
+  const R tiny = vrx_machine<R>::sfmin * R(1.0 / 256);
+  const R huge = vrx_machine<R>::rmax * R(1.0 / (1 << 20));
+  for (int64_t n : {1, 2, 6, 17}) {
+    for (int kind : {RANDOM_INPUT, ZERO_X_REAL_ALPHA, ZERO_X_COMPLEX_ALPHA, TINY_INPUT, HUGE_INPUT}) {
+      for (int64_t incx : {1, 2}) {
+        SCOPED_TRACE("n " + std::to_string(n) + " kind " + std::to_string(kind) + " incx " + std::to_string(incx));
+        uint64_t state = static_cast<uint64_t>(n * 31 + kind);
+        T alpha = vrx_test_value<T>(&state);
+        std::vector<T> x(static_cast<std::size_t>(std::max<int64_t>((n - 1) * incx, 1)), marker<T>());
+        for (int64_t i = 0; i < n - 1; ++i) x[i * incx] = vrx_test_value<T>(&state);
+        if (kind == ZERO_X_REAL_ALPHA || kind == ZERO_X_COMPLEX_ALPHA) {
+          for (int64_t i = 0; i < n - 1; ++i) x[i * incx] = T{};
+          if (kind == ZERO_X_REAL_ALPHA) alpha = vrx_traits<T>::make(vrx_traits<T>::real_part(alpha), 0);
+        }
+        if (kind == TINY_INPUT || kind == HUGE_INPUT) {
+          const R s = kind == TINY_INPUT ? tiny : huge;
+          alpha = vrx_traits<T>::scale(s, alpha);
+          for (int64_t i = 0; i < n - 1; ++i) x[i * incx] = vrx_traits<T>::scale(s, x[i * incx]);
+        }
+        const T alpha0 = alpha;
+        const std::vector<T> x0 = x;
+        T tau = marker<T>();
+        vrx_lapack_larfg<T>(n, &alpha, x.data(), incx, &tau);
+
+        for (std::size_t i = 0; i < x.size(); ++i)
+          if (i % incx != 0) EXPECT_EQ(x[i], x0[i]) << "padding " << i;
+        EXPECT_EQ(vrx_traits<T>::imag_part(alpha), 0);
+        const bool zero_x = n == 1 || kind == ZERO_X_REAL_ALPHA || kind == ZERO_X_COMPLEX_ALPHA;
+        if (zero_x && vrx_traits<T>::imag_part(alpha0) == 0) {  // H = I
+          EXPECT_EQ(tau, T{});
+          EXPECT_EQ(alpha, alpha0);
+          continue;
+        }
+        // H^H z = z - conj(tau) v (v^H z) with v = (1; x), z = (alpha0; x0).
+        std::vector<C> v(n), z(n);
+        v[0] = 1;
+        z[0] = vrx_test_widen(alpha0);
+        for (int64_t i = 1; i < n; ++i) {
+          v[i] = vrx_test_widen(x[(i - 1) * incx]);
+          z[i] = vrx_test_widen(x0[(i - 1) * incx]);
+        }
+        // In the wide type: its range holds the squares of the tiny and huge inputs.
+        typedef vrx_test_wide_t<T> W;
+        C vz = 0;
+        W norm2 = 0;
+        for (int64_t i = 0; i < n; ++i) {
+          vz += std::conj(v[i]) * z[i];
+          norm2 += std::norm(z[i]);
+        }
+        const W norm = std::sqrt(norm2);
+        const C t = vrx_test_widen(tau);
+        const W beta = vrx_traits<T>::real_part(alpha);
+        W error = std::fabs(std::fabs(beta) - norm);
+        for (int64_t i = 0; i < n; ++i) {
+          const C y = z[i] - std::conj(t) * v[i] * vz;
+          error = std::max(error, std::abs(y - (i == 0 ? C(beta) : C(0))));
+        }
+        // A subnormal beta carries the rounding of its own (absolute) precision.
+        const W rounding = std::numeric_limits<R>::denorm_min();
+        EXPECT_LT(static_cast<double>(std::max(error - rounding, W(0)) / norm) / (n * eps<T>()), 30.0);
+        // H unitary: ||I - H^H H|| / (n eps).
+        double loss = 0;
+        for (int64_t i = 0; i < n; ++i)
+          for (int64_t j = 0; j < n; ++j) {
+            // (H^H H)(i, j) = d_ij - (t + conj(t) - |t|^2 v^H v) v_i conj(v_j)
+            C vv = 0;
+            for (int64_t l = 0; l < n; ++l) vv += std::conj(v[l]) * v[l];
+            const C entry = (std::conj(t) + t - std::conj(t) * t * vv) * v[i] * std::conj(v[j]);
+            loss = std::max(loss, static_cast<double>(std::abs(entry)));
+          }
+        EXPECT_LT(loss / (n * eps<T>()), 30.0);
+      }
+    }
+  }
+}
+
+// ---- LARFT and LARFB against LARF ----
+
+// k reflectors of order nq in column form (each a full vector with its 1 and its zeros),
+// their taus, and V as LARFT and LARFB read it: columns, or rows holding the conjugates.
+// Every third reflector has a short support (trailing zeros forward, leading backward);
+// the fourth has tau = 0. Places never read (the unit, and the zeros beyond it) hold garbage.
+template <typename T>
+struct block_reflector {
+  int64_t nq, k, ldv;
+  bool forward, rowwise;
+  std::vector<std::vector<T>> vectors;
+  std::vector<T> tau, v;
+};
+
+template <typename T>
+block_reflector<T> make_reflectors(int64_t nq, int64_t k, bool forward, bool rowwise, uint64_t seed) {
+  block_reflector<T> b = {nq, k, rowwise ? k + 1 : nq + 2, forward, rowwise, {}, std::vector<T>(k), {}};
+  b.v.assign(static_cast<std::size_t>(b.ldv * (rowwise ? nq : k)), marker<T>());
+  uint64_t state = seed;
+  for (int64_t i = 0; i < k; ++i) {
+    const int64_t unit = forward ? i : nq - k + i;
+    int64_t lo = forward ? unit : 0, hi = forward ? nq : unit + 1;  // support [lo, hi)
+    if (i % 3 == 1) (forward ? hi : lo) = forward ? unit + 1 + (nq - unit - 1) / 2 : unit / 2;
+    std::vector<T> vec(static_cast<std::size_t>(nq), T{});
+    T alpha = vrx_test_value<T>(&state);
+    std::vector<T> x;
+    for (int64_t r = lo; r < hi; ++r)
+      if (r != unit) x.push_back(vrx_test_value<T>(&state));
+    vrx_lapack_larfg<T>(static_cast<vrx_int>(x.size() + 1), &alpha, x.data(), 1, &b.tau[i]);
+    if (i % 4 == 3) b.tau[i] = T{};
+    std::size_t next = 0;
+    for (int64_t r = lo; r < hi; ++r) vec[r] = r == unit ? vrx_traits<T>::make(1, 0) : x[next++];
+    // Stored: everything on the read side of the unit, zeros included.
+    const int64_t read_lo = forward ? unit + 1 : 0, read_hi = forward ? nq : unit;
+    for (int64_t r = read_lo; r < read_hi; ++r) {
+      if (rowwise)
+        b.v[r * b.ldv + i] = vrx_traits<T>::conj(vec[r]);
+      else
+        b.v[i * b.ldv + r] = vec[r];
+    }
+    b.vectors.push_back(vec);
+  }
+  return b;
+}
+
+std::string variant_name(const char* side, const char* trans, const char* direct, const char* storev) {
+  return std::string(side) + trans + direct + storev;
+}
+
+// Applies op(H) to c one reflector at a time: H = H(1)..H(k) forward, H(k)..H(1) backward;
+// op(H) = H^H reverses the order and conjugates each tau.
+template <typename T>
+void apply_one_by_one(const block_reflector<T>& b, bool left, bool plain, int64_t m, int64_t n, T* c, int64_t ldc) {
+  std::vector<T> work(static_cast<std::size_t>(std::max(m, n)));
+  for (int64_t step = 0; step < b.k; ++step) {
+    // Factors of op(H) from left to right; side L applies them from the last, side R from the first.
+    const int64_t position = left ? b.k - 1 - step : step;
+    const int64_t in_h = plain ? position : b.k - 1 - position;
+    const int64_t i = b.forward ? in_h : b.k - 1 - in_h;
+    const T tau = plain ? b.tau[i] : vrx_traits<T>::conj(b.tau[i]);
+    vrx_lapack_larf<T>(left ? "L" : "R", m, n, b.vectors[i].data(), 1, tau, c, ldc, work.data());
+  }
+}
+
+struct block_shape {
+  int64_t nq, k, other;
+};
+
+TYPED_TEST(HouseholderTest, LarfbEqualsReflectorsOneByOne) {
+  typedef TypeParam T;
+  // rest = 0, a small case, and one large enough for the blocked level-3 kernels.
+  const block_shape shapes[] = {{4, 4, 3}, {9, 4, 7}, {70, 20, 33}};
+  for (const block_shape& s : shapes) {
+    for (const char* direct : {"Forward", "Backward"}) {
+      for (const char* storev : {"Columnwise", "Rowwise"}) {
+        const bool forward = direct[0] == 'F', rowwise = storev[0] == 'R';
+        const block_reflector<T> b = make_reflectors<T>(s.nq, s.k, forward, rowwise, uint64_t(s.nq * 7 + s.k));
+        const int64_t ldt = s.k + 2;
+        std::vector<T> t(static_cast<std::size_t>(ldt * s.k), marker<T>());  // LARFT fills one triangle
+        vrx_lapack_larft<T>(direct, storev, s.nq, s.k, b.v.data(), b.ldv, b.tau.data(), t.data(), ldt);
+        for (const char* side : {"Left", "Right"}) {
+          for (const char* trans : {"No transpose", vrx_is_complex<T> ? "Conjugate transpose" : "Transpose"}) {
+            SCOPED_TRACE(variant_name(side, trans, direct, storev) + " nq " + std::to_string(s.nq));
+            const bool left = side[0] == 'L', plain = trans[0] == 'N';
+            const int64_t m = left ? s.nq : s.other, n = left ? s.other : s.nq, ldc = m + 1;
+            const std::vector<T> c0 = random_matrix<T>(m, n, ldc, uint64_t(m + n));
+            std::vector<T> expected = c0, c = c0;
+            apply_one_by_one(b, left, plain, m, n, expected.data(), ldc);
+            const int64_t width = left ? n : m, ldwork = width + 3;
+            std::vector<T> work(static_cast<std::size_t>(ldwork * s.k));
+            vrx_lapack_larfb<T>(side, trans, direct, storev, m, n, s.k, b.v.data(), b.ldv, t.data(), ldt, c.data(),
+                                ldc, work.data(), ldwork, s.nq < 20);
+            double worst = 0, size = 0;
+            for (int64_t j = 0; j < n; ++j) {
+              for (int64_t i = 0; i < m; ++i) {
+                const double d = std::abs(vrx_test_widen(c[j * ldc + i]) - vrx_test_widen(expected[j * ldc + i]));
+                worst = std::max(worst, d);
+                size = std::max(size, static_cast<double>(std::abs(vrx_test_widen(c0[j * ldc + i]))));
+              }
+              EXPECT_EQ(c[j * ldc + m], marker<T>()) << "padding of column " << j;
+            }
+            EXPECT_LT(worst / (s.nq * size * eps<T>()), 30.0);
+          }
+        }
+      }
+    }
+  }
+}
+
+// ---- unblocked factorisations ----
+
+struct factor_shape {
+  int64_t m, n;
+};
+const factor_shape factor_shapes[] = {{1, 1}, {7, 4}, {4, 7}, {33, 33}, {70, 41}, {12, 60}};
+
+template <typename T>
+void expect_factorisation(const std::vector<T>& a, int64_t lda, int64_t m, int64_t n, const std::vector<T>& q,
+                          int64_t ldq, bool q_rows, int64_t q_rows_count, int64_t q_cols, const std::vector<T>& f,
+                          int64_t ldf, bool q_first) {
+  const int64_t d = std::max(m, n);
+  if (q_first)
+    EXPECT_LT(vrx_test_product_residual<T>(m, n, q_cols, a.data(), lda, q.data(), ldq, f.data(), ldf, d), 30.0);
+  else
+    EXPECT_LT(vrx_test_product_residual<T>(m, n, q_rows_count, a.data(), lda, f.data(), ldf, q.data(), ldq, d), 30.0);
+  EXPECT_LT(vrx_test_orthogonality<T>(q_rows, q_rows_count, q_cols, q.data(), ldq, d), 30.0);
+}
+
+TYPED_TEST(HouseholderTest, Geqr2WithOrg2r) {
+  typedef TypeParam T;
+  for (const factor_shape& s : factor_shapes) {
+    SCOPED_TRACE(std::to_string(s.m) + " by " + std::to_string(s.n));
+    const int64_t lda = s.m + 2, k = std::min(s.m, s.n);
+    std::vector<T> a = random_matrix<T>(s.m, s.n, lda, uint64_t(s.m * 100 + s.n));
+    // A first column zero below the diagonal, with a real diagonal: its reflector is the identity.
+    if (k > 2) {
+      for (int64_t i = 1; i < s.m; ++i) a[i] = T{};
+      a[0] = vrx_traits<T>::make(vrx_traits<T>::real_part(a[0]), 0);
+    }
+    std::vector<T> f = a, tau(static_cast<std::size_t>(k)), work(static_cast<std::size_t>(s.n));
+    vrx_lapack_geqr2<T>(s.m, s.n, f.data(), lda, tau.data(), work.data());
+    if (k > 2) EXPECT_EQ(tau[0], T{});
+    for (int64_t j = 0; j < s.n; ++j) EXPECT_EQ(f[j * lda + s.m], marker<T>());
+    // R: the upper trapezoid, k by n; Q: m by k from the reflectors.
+    std::vector<T> r(static_cast<std::size_t>(k * s.n), T{});
+    for (int64_t j = 0; j < s.n; ++j)
+      for (int64_t i = 0; i <= std::min(j, k - 1); ++i) r[j * k + i] = f[j * lda + i];
+    std::vector<T> q = f;
+    std::vector<T> q_work(static_cast<std::size_t>(k));
+    vrx_lapack_org2r<T>(s.m, k, k, q.data(), lda, tau.data(), q_work.data());
+    expect_factorisation(a, lda, s.m, s.n, q, lda, false, s.m, k, r, k, true);
+  }
+}
+}  // namespace
