@@ -1,6 +1,7 @@
-// One elementary reflector H = I - tau v v^H applied to C from the left or the right. The
-// trailing zeros of v and the trailing zero columns (left) or rows (right) of the part of
-// C that v touches take no part: the update shrinks to the block that can change.
+// One elementary reflector H = I - tau v v^H applied to C from the left or the right, with
+// v(1) stored or implied. The trailing zeros of v and the trailing zero columns (left) or
+// rows (right) of the part of C that v touches take no part: the update shrinks to the
+// block that can change.
 #include "blas/level2/level2_common.h"
 #include "lapack/householder/householder_common.h"
 #include "lapack/householder/vrx_householder.h"
@@ -70,8 +71,45 @@ void vrx_lapack_larf(const char* side, vrx_int m, vrx_int n, const T* v, vrx_int
   }
 }
 
+template <typename T>
+void vrx_lapack_larf1f(const char* side, vrx_int m, vrx_int n, const T* v, vrx_int incv, T tau, T* c, vrx_int ldc,
+                       T* work) {
+  typedef vrx_lapack_blas<T> blas;
+  if (vrx_traits<T>::is_zero(tau) || m <= 0 || n <= 0) return;
+  const bool left = vrx_l2_letter(side, "L");
+  vrx_int len = left ? m : n;  // v's length up to its last non-zero, the implied 1 included
+  while (len > 1 && !nonzero(v[(len - 1) * incv])) --len;
+  const vrx_int tail = len - 1;  // v(2:len), stored from v + incv
+  const T one = vrx_hh_one<T>(), minus_tau = -tau;
+  const vrx_int inc_one = 1;
+  if (left) {
+    // w := C(1, :)^H + C(2:len, :)^H v(2:len);  C(1, :) -= tau w^H;  C(2:len, :) -= tau v(2:len) w^H.
+    vrx_int cols = last_nonzero_column(len, n, c, ldc);
+    if (cols == 0) return;
+    blas::copy(&cols, c, &ldc, work, &inc_one);
+    vrx_hh_conjugate(cols, work, 1);
+    const char adjoint[2] = {vrx_traits<T>::adjoint, 0};
+    if (tail > 0) {
+      blas::gemv(adjoint, &tail, &cols, &one, c + 1, &ldc, v + incv, &incv, &one, work, &inc_one);
+      blas::gerc(&tail, &cols, &minus_tau, v + incv, &incv, work, &inc_one, c + 1, &ldc);
+    }
+    blas::gerc(&inc_one, &cols, &minus_tau, &one, &inc_one, work, &inc_one, c, &ldc);
+  } else {
+    // w := C(:, 1) + C(:, 2:len) v(2:len);  C(:, 1) -= tau w;  C(:, 2:len) -= tau w v(2:len)^H.
+    vrx_int rows = last_nonzero_row(m, len, c, ldc);
+    if (rows == 0) return;
+    blas::copy(&rows, c, &inc_one, work, &inc_one);
+    if (tail > 0) {
+      blas::gemv("N", &rows, &tail, &one, c + ldc, &ldc, v + incv, &incv, &one, work, &inc_one);
+      blas::gerc(&rows, &tail, &minus_tau, work, &inc_one, v + incv, &incv, c + ldc, &ldc);
+    }
+    blas::gerc(&rows, &inc_one, &minus_tau, work, &inc_one, &one, &inc_one, c, &ldc);
+  }
+}
+
 #define VRX_LARF_INSTANCE(T)                                                                                      \
-  template void vrx_lapack_larf<T>(const char*, vrx_int, vrx_int, const T*, vrx_int, T, T*, vrx_int, T*);
+  template void vrx_lapack_larf<T>(const char*, vrx_int, vrx_int, const T*, vrx_int, T, T*, vrx_int, T*);        \
+  template void vrx_lapack_larf1f<T>(const char*, vrx_int, vrx_int, const T*, vrx_int, T, T*, vrx_int, T*);
 VRX_LARF_INSTANCE(float)
 VRX_LARF_INSTANCE(double)
 VRX_LARF_INSTANCE(vrx_complex_float)

@@ -22,6 +22,12 @@ template <typename T>
 void vrx_lapack_larf(const char* side, vrx_int m, vrx_int n, const T* v, vrx_int incv, T tau, T* c, vrx_int ldc,
                      T* work);
 
+// As vrx_lapack_larf with v(1) = 1 implied: the first element of v is never read, so the
+// reflectors can be applied where they are stored without writing to them; incv > 0.
+template <typename T>
+void vrx_lapack_larf1f(const char* side, vrx_int m, vrx_int n, const T* v, vrx_int incv, T tau, T* c, vrx_int ldc,
+                       T* work);
+
 // The triangular factor t (k by k) of the block reflector of order n built from k
 // reflectors: direct "F" (H = H1..Hk, t upper) or "B" (H = Hk..H1, t lower); storev "C"
 // (reflectors in columns of v) or "R" (in rows).
@@ -56,7 +62,8 @@ template <typename T>
 void vrx_lapack_org2l(vrx_int m, vrx_int n, vrx_int k, T* a, vrx_int lda, const T* tau, T* work);
 
 // Unblocked C := op(Q) C or C op(Q) with Q from GEQR2 (ORM2R) or GELQ2 (ORML2); trans N
-// or C (T for real data); work of n (side L) or m (side R) elements.
+// or C (T for real data); work of n (side L) or m (side R) elements. a is only read, so
+// several threads may apply the same reflectors to parts of C at once.
 template <typename T>
 void vrx_lapack_orm2r(const char* side, const char* trans, vrx_int m, vrx_int n, vrx_int k, const T* a, vrx_int lda,
                       const T* tau, T* c, vrx_int ldc, T* work);

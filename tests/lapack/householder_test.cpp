@@ -279,4 +279,116 @@ TYPED_TEST(HouseholderTest, Geqr2WithOrg2r) {
     expect_factorisation(a, lda, s.m, s.n, q, lda, false, s.m, k, r, k, true);
   }
 }
+
+TYPED_TEST(HouseholderTest, Gelq2WithOrgl2) {
+  typedef TypeParam T;
+  for (const factor_shape& s : factor_shapes) {
+    SCOPED_TRACE(std::to_string(s.m) + " by " + std::to_string(s.n));
+    const int64_t lda = s.m + 2, k = std::min(s.m, s.n);
+    const std::vector<T> a = random_matrix<T>(s.m, s.n, lda, uint64_t(s.m * 10 + s.n));
+    std::vector<T> f = a, tau(static_cast<std::size_t>(k)), work(static_cast<std::size_t>(s.m));
+    vrx_lapack_gelq2<T>(s.m, s.n, f.data(), lda, tau.data(), work.data());
+    for (int64_t j = 0; j < s.n; ++j) EXPECT_EQ(f[j * lda + s.m], marker<T>());
+    for (int64_t i = 0; i < k; ++i) EXPECT_EQ(vrx_traits<T>::imag_part(f[i * lda + i]), 0);
+    // L: the lower trapezoid, m by k; Q: k by n from the reflectors.
+    std::vector<T> l(static_cast<std::size_t>(s.m * k), T{});
+    for (int64_t j = 0; j < k; ++j)
+      for (int64_t i = j; i < s.m; ++i) l[j * s.m + i] = f[j * lda + i];
+    std::vector<T> q = f, q_work(static_cast<std::size_t>(k));
+    vrx_lapack_orgl2<T>(k, s.n, k, q.data(), lda, tau.data(), q_work.data());
+    expect_factorisation(a, lda, s.m, s.n, q, lda, true, k, s.n, l, s.m, false);
+  }
+}
+
+TYPED_TEST(HouseholderTest, Geql2WithOrg2l) {
+  typedef TypeParam T;
+  for (const factor_shape& s : factor_shapes) {
+    SCOPED_TRACE(std::to_string(s.m) + " by " + std::to_string(s.n));
+    const int64_t lda = s.m + 2, k = std::min(s.m, s.n);
+    const std::vector<T> a = random_matrix<T>(s.m, s.n, lda, uint64_t(s.m * 3 + s.n));
+    std::vector<T> f = a, tau(static_cast<std::size_t>(k)), work(static_cast<std::size_t>(s.n));
+    vrx_lapack_geql2<T>(s.m, s.n, f.data(), lda, tau.data(), work.data());
+    for (int64_t j = 0; j < s.n; ++j) EXPECT_EQ(f[j * lda + s.m], marker<T>());
+    // L: k by n, on and below the diagonal that ends at the bottom right corner; Q: m by k
+    // from the reflectors in the last k columns.
+    std::vector<T> l(static_cast<std::size_t>(k * s.n), T{});
+    for (int64_t j = 0; j < s.n; ++j)
+      for (int64_t i = 0; i < k; ++i)
+        if (j <= s.n - k + i) l[j * k + i] = f[j * lda + s.m - k + i];
+    std::vector<T> q(f.begin() + (s.n - k) * lda, f.end()), q_work(static_cast<std::size_t>(k));
+    vrx_lapack_org2l<T>(s.m, k, k, q.data(), lda, tau.data(), q_work.data());
+    expect_factorisation(a, lda, s.m, s.n, q, lda, false, s.m, k, l, k, true);
+  }
+}
+
+// ---- unblocked application of Q ----
+
+// max |C - op(Q) C0| (side L) or |C - C0 op(Q)| (side R) / (nq max|C0| eps) for the
+// explicit nq by nq matrix q.
+template <typename T>
+double explicit_product_error(bool left, bool plain, int64_t m, int64_t n, const std::vector<T>& q, int64_t nq,
+                              const std::vector<T>& c0, const std::vector<T>& c, int64_t ldc) {
+  typedef vrx_test_wide_complex<T> C;
+  auto op_q = [&](int64_t i, int64_t j) {
+    return plain ? vrx_test_widen(q[j * nq + i]) : std::conj(vrx_test_widen(q[i * nq + j]));
+  };
+  double worst = 0, size = 0;
+  for (int64_t j = 0; j < n; ++j)
+    for (int64_t i = 0; i < m; ++i) {
+      C sum = 0;
+      for (int64_t l = 0; l < nq; ++l)
+        sum += left ? op_q(i, l) * vrx_test_widen(c0[j * ldc + l]) : vrx_test_widen(c0[l * ldc + i]) * op_q(l, j);
+      worst = std::max(worst, static_cast<double>(std::abs(sum - vrx_test_widen(c[j * ldc + i]))));
+      size = std::max(size, static_cast<double>(std::abs(vrx_test_widen(c0[j * ldc + i]))));
+    }
+  return worst / (nq * size * eps<T>());
+}
+
+struct apply_shape {
+  int64_t nq, k, other;
+};
+const apply_shape apply_shapes[] = {{1, 1, 3}, {6, 6, 5}, {37, 15, 9}};
+
+// Reflectors of order nq from GEQR2 (columns, rows = false) or GELQ2 (rows), and the
+// explicit Q from ORG2R or ORGL2; then ORM2R or ORML2 on both sides, with both ops,
+// against the product with Q; the reflectors must be left exactly as they were.
+template <typename T>
+void check_application(bool rows) {
+  for (const apply_shape& s : apply_shapes) {
+    const int64_t lda = (rows ? s.k : s.nq) + 1;
+    std::vector<T> a = random_matrix<T>(rows ? s.k : s.nq, rows ? s.nq : s.k, lda, uint64_t(s.nq + s.k));
+    std::vector<T> tau(static_cast<std::size_t>(s.k)), work(static_cast<std::size_t>(s.nq + s.other));
+    if (rows)
+      vrx_lapack_gelq2<T>(s.k, s.nq, a.data(), lda, tau.data(), work.data());
+    else
+      vrx_lapack_geqr2<T>(s.nq, s.k, a.data(), lda, tau.data(), work.data());
+    std::vector<T> q(static_cast<std::size_t>(s.nq * s.nq), T{});
+    for (int64_t j = 0; j < (rows ? s.nq : s.k); ++j)
+      for (int64_t i = 0; i < (rows ? s.k : s.nq); ++i) q[j * s.nq + i] = a[j * lda + i];
+    if (rows)
+      vrx_lapack_orgl2<T>(s.nq, s.nq, s.k, q.data(), s.nq, tau.data(), work.data());
+    else
+      vrx_lapack_org2r<T>(s.nq, s.nq, s.k, q.data(), s.nq, tau.data(), work.data());
+    const std::vector<T> reflectors = a;
+    for (const char* side : {"Left", "Right"}) {
+      for (const char* trans : {"N", vrx_is_complex<T> ? "C" : "T"}) {
+        SCOPED_TRACE(std::string(side) + trans + " nq " + std::to_string(s.nq));
+        const bool left = side[0] == 'L', plain = trans[0] == 'N';
+        const int64_t m = left ? s.nq : s.other, n = left ? s.other : s.nq, ldc = m + 2;
+        const std::vector<T> c0 = random_matrix<T>(m, n, ldc, uint64_t(m * n));
+        std::vector<T> c = c0;
+        if (rows)
+          vrx_lapack_orml2<T>(side, trans, m, n, s.k, a.data(), lda, tau.data(), c.data(), ldc, work.data());
+        else
+          vrx_lapack_orm2r<T>(side, trans, m, n, s.k, a.data(), lda, tau.data(), c.data(), ldc, work.data());
+        EXPECT_LT(explicit_product_error(left, plain, m, n, q, s.nq, c0, c, ldc), 30.0);
+        EXPECT_TRUE(a == reflectors);
+        for (int64_t j = 0; j < n; ++j) EXPECT_EQ(c[j * ldc + m], marker<T>());
+      }
+    }
+  }
+}
+
+TYPED_TEST(HouseholderTest, Orm2rEqualsExplicitQ) { check_application<TypeParam>(false); }
+TYPED_TEST(HouseholderTest, Orml2EqualsExplicitQ) { check_application<TypeParam>(true); }
 }  // namespace
