@@ -45,14 +45,17 @@ void vrx_lapack_larf(const char* side, vrx_int m, vrx_int n, const T* v, vrx_int
   typedef vrx_lapack_blas<T> blas;
   if (vrx_traits<T>::is_zero(tau)) return;
   const bool left = vrx_l2_letter(side, "L");
-  // v's last non-zero, counted in logical order (a negative increment starts at the far end).
-  vrx_int len = left ? m : n;
+  // v's last non-zero, counted in logical order (a negative increment starts at the far
+  // end, so there the trimmed vector starts later in memory).
+  const vrx_int full = left ? m : n;
+  vrx_int len = full;
   const T* last = v + (incv > 0 ? (len - 1) * incv : 0);
   while (len > 0 && !nonzero(*last)) {
     --len;
     last -= incv;
   }
   if (len == 0) return;
+  if (incv < 0) v -= (full - len) * incv;
   const T one = vrx_hh_one<T>(), zero = T{}, minus_tau = -tau;
   const vrx_int inc_one = 1;
   if (left) {

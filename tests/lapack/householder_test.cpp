@@ -126,6 +126,39 @@ TYPED_TEST(HouseholderTest, LarfgAnnihilatesWithRealBeta) {
   }
 }
 
+// ---- LARF ----
+
+// A reflector stored backwards (increment -1) acts as the same reflector stored forwards,
+// also when its trailing zeros are trimmed; C's zero trailing columns (side L) or rows
+// (side R) stay zero.
+TYPED_TEST(HouseholderTest, LarfNegativeIncrementAndZeroTails) {
+  typedef TypeParam T;
+  const int64_t order = 9, other = 5;
+  uint64_t state = 77;
+  std::vector<T> v(order, T{}), reversed(order);
+  for (int64_t i = 0; i < 6; ++i) v[i] = vrx_test_value<T>(&state);  // three trailing zeros
+  v[0] = vrx_traits<T>::make(1, 0);
+  for (int64_t i = 0; i < order; ++i) reversed[order - 1 - i] = v[i];
+  const T tau = vrx_traits<T>::make(vrx_real_t<T>(1.25), vrx_is_complex<T> ? vrx_real_t<T>(0.5) : 0);
+  for (bool left : {true, false}) {
+    SCOPED_TRACE(left ? "Left" : "Right");
+    const int64_t m = left ? order : other, n = left ? other : order, ldc = m;
+    std::vector<T> c0 = random_matrix<T>(m, n, ldc, 5);
+    if (left)
+      for (int64_t i = 0; i < m; ++i) c0[(n - 1) * ldc + i] = T{};
+    else
+      for (int64_t j = 0; j < n; ++j) c0[j * ldc + m - 1] = T{};
+    std::vector<T> forwards = c0, backwards = c0, work(order);
+    vrx_lapack_larf<T>(left ? "L" : "R", m, n, v.data(), 1, tau, forwards.data(), ldc, work.data());
+    vrx_lapack_larf<T>(left ? "L" : "R", m, n, reversed.data(), -1, tau, backwards.data(), ldc, work.data());
+    for (std::size_t i = 0; i < c0.size(); ++i) {
+      EXPECT_LT(std::abs(vrx_test_widen(forwards[i]) - vrx_test_widen(backwards[i])), 8 * order * eps<T>());
+      if (c0[i] == T{}) EXPECT_EQ(forwards[i], T{}) << i;
+    }
+    EXPECT_FALSE(forwards == c0);
+  }
+}
+
 // ---- LARFT and LARFB against LARF ----
 
 // k reflectors of order nq in column form (each a full vector with its 1 and its zeros),
