@@ -3,7 +3,7 @@
 // only the rows (side L) or columns (side R) from its own index on. The reflectors are
 // read where they are stored, their implied 1 never written.
 #include "blas/level2/level2_common.h"
-#include "lapack/householder/vrx_householder.h"
+#include "lapack/householder/householder_common.h"
 
 template <typename T>
 void vrx_lapack_orm2r(const char* side, const char* trans, vrx_int m, vrx_int n, vrx_int k, const T* a, vrx_int lda,
@@ -11,16 +11,7 @@ void vrx_lapack_orm2r(const char* side, const char* trans, vrx_int m, vrx_int n,
   if (m <= 0 || n <= 0 || k <= 0) return;
   const bool left = vrx_l2_letter(side, "L"), plain = vrx_l2_letter(trans, "N");
   // Q C applies H(k) first, Q^H C H(1)^H first; from the right the other way round.
-  const bool first_to_last = left != plain;
-  for (vrx_int step = 0; step < k; ++step) {
-    const vrx_int i = first_to_last ? step : k - 1 - step;
-    const T tau_i = plain ? tau[i] : vrx_traits<T>::conj(tau[i]);
-    const T* v = a + i * lda + i;
-    if (left)
-      vrx_lapack_larf1f("Left", m - i, n, v, 1, tau_i, c + i, ldc, work);
-    else
-      vrx_lapack_larf1f("Right", m, n - i, v, 1, tau_i, c + i * ldc, ldc, work);
-  }
+  vrx_hh_apply_each(left, left != plain, !plain, m, n, k, a, lda, 1, tau, c, ldc, work);
 }
 
 #define VRX_ORM2R_INSTANCE(T)                                                                                     \

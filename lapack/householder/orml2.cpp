@@ -4,7 +4,6 @@
 // each side of the loop and the stored rows are applied as they are, never written.
 #include "blas/level2/level2_common.h"
 #include "lapack/householder/householder_common.h"
-#include "lapack/householder/vrx_householder.h"
 
 namespace {
 template <typename T>
@@ -20,18 +19,9 @@ void vrx_lapack_orml2(const char* side, const char* trans, vrx_int m, vrx_int n,
   if (m <= 0 || n <= 0 || k <= 0) return;
   const bool left = vrx_l2_letter(side, "L"), plain = vrx_l2_letter(trans, "N");
   // Q C applies H(1)^H first, Q^H C H(k) first; from the right the other way round.
-  const bool first_to_last = left == plain;
+  // op(H(i)) = I - tau_i v v^H with tau_i = conj(tau) for Q, tau for Q^H; G takes conj(tau_i).
   conjugate_matrix(m, n, c, ldc);
-  for (vrx_int step = 0; step < k; ++step) {
-    const vrx_int i = first_to_last ? step : k - 1 - step;
-    // op(H(i)) = I - tau_i v v^H with tau_i = conj(tau) for Q, tau for Q^H; G takes conj(tau_i).
-    const T tau_g = plain ? tau[i] : vrx_traits<T>::conj(tau[i]);
-    const T* s = a + i * lda + i;
-    if (left)
-      vrx_lapack_larf1f("Left", m - i, n, s, lda, tau_g, c + i, ldc, work);
-    else
-      vrx_lapack_larf1f("Right", m, n - i, s, lda, tau_g, c + i * ldc, ldc, work);
-  }
+  vrx_hh_apply_each(left, left == plain, !plain, m, n, k, a, lda, lda, tau, c, ldc, work);
   conjugate_matrix(m, n, c, ldc);
 }
 

@@ -287,6 +287,23 @@ void expect_factorisation(const std::vector<T>& a, int64_t lda, int64_t m, int64
   EXPECT_LT(vrx_test_orthogonality<T>(q_rows, q_rows_count, q_cols, q.data(), ldq, d), 30.0);
 }
 
+// Factors and taus of a (m by n, leading dimension m + 2) by one of the unblocked
+// factorisations, whose work is max(m, n) long; the padding rows must stay as they were.
+template <typename T>
+struct factored {
+  std::vector<T> f, tau;
+};
+template <typename T>
+factored<T> factor_checked(const factor_shape& s, const std::vector<T>& a,
+                           void (*factor)(vrx_int, vrx_int, T*, vrx_int, T*, T*)) {
+  const int64_t lda = s.m + 2;
+  factored<T> r = {a, std::vector<T>(static_cast<std::size_t>(std::min(s.m, s.n)))};
+  std::vector<T> work(static_cast<std::size_t>(std::max(s.m, s.n)));
+  factor(s.m, s.n, r.f.data(), lda, r.tau.data(), work.data());
+  for (int64_t j = 0; j < s.n; ++j) EXPECT_EQ(r.f[j * lda + s.m], marker<T>());
+  return r;
+}
+
 TYPED_TEST(HouseholderTest, Geqr2WithOrg2r) {
   typedef TypeParam T;
   for (const factor_shape& s : factor_shapes) {
@@ -298,10 +315,8 @@ TYPED_TEST(HouseholderTest, Geqr2WithOrg2r) {
       for (int64_t i = 1; i < s.m; ++i) a[i] = T{};
       a[0] = vrx_traits<T>::make(vrx_traits<T>::real_part(a[0]), 0);
     }
-    std::vector<T> f = a, tau(static_cast<std::size_t>(k)), work(static_cast<std::size_t>(s.n));
-    vrx_lapack_geqr2<T>(s.m, s.n, f.data(), lda, tau.data(), work.data());
+    const auto [f, tau] = factor_checked<T>(s, a, vrx_lapack_geqr2<T>);
     if (k > 2) EXPECT_EQ(tau[0], T{});
-    for (int64_t j = 0; j < s.n; ++j) EXPECT_EQ(f[j * lda + s.m], marker<T>());
     // R: the upper trapezoid, k by n; Q: m by k from the reflectors.
     std::vector<T> r(static_cast<std::size_t>(k * s.n), T{});
     for (int64_t j = 0; j < s.n; ++j)
@@ -319,9 +334,7 @@ TYPED_TEST(HouseholderTest, Gelq2WithOrgl2) {
     SCOPED_TRACE(std::to_string(s.m) + " by " + std::to_string(s.n));
     const int64_t lda = s.m + 2, k = std::min(s.m, s.n);
     const std::vector<T> a = random_matrix<T>(s.m, s.n, lda, uint64_t(s.m * 10 + s.n));
-    std::vector<T> f = a, tau(static_cast<std::size_t>(k)), work(static_cast<std::size_t>(s.m));
-    vrx_lapack_gelq2<T>(s.m, s.n, f.data(), lda, tau.data(), work.data());
-    for (int64_t j = 0; j < s.n; ++j) EXPECT_EQ(f[j * lda + s.m], marker<T>());
+    const auto [f, tau] = factor_checked<T>(s, a, vrx_lapack_gelq2<T>);
     for (int64_t i = 0; i < k; ++i) EXPECT_EQ(vrx_traits<T>::imag_part(f[i * lda + i]), 0);
     // L: the lower trapezoid, m by k; Q: k by n from the reflectors.
     std::vector<T> l(static_cast<std::size_t>(s.m * k), T{});
@@ -339,9 +352,7 @@ TYPED_TEST(HouseholderTest, Geql2WithOrg2l) {
     SCOPED_TRACE(std::to_string(s.m) + " by " + std::to_string(s.n));
     const int64_t lda = s.m + 2, k = std::min(s.m, s.n);
     const std::vector<T> a = random_matrix<T>(s.m, s.n, lda, uint64_t(s.m * 3 + s.n));
-    std::vector<T> f = a, tau(static_cast<std::size_t>(k)), work(static_cast<std::size_t>(s.n));
-    vrx_lapack_geql2<T>(s.m, s.n, f.data(), lda, tau.data(), work.data());
-    for (int64_t j = 0; j < s.n; ++j) EXPECT_EQ(f[j * lda + s.m], marker<T>());
+    const auto [f, tau] = factor_checked<T>(s, a, vrx_lapack_geql2<T>);
     // L: k by n, on and below the diagonal that ends at the bottom right corner; Q: m by k
     // from the reflectors in the last k columns.
     std::vector<T> l(static_cast<std::size_t>(k * s.n), T{});
