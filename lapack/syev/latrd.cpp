@@ -132,3 +132,11 @@ void vrx_lapack_latrd(bool upper, vrx_int n, vrx_int nb, T* a, vrx_int lda, vrx_
   if (scratch) vrx_serv_free(scratch);
   vrx_lapack_sytrd_trace()->threaded_columns += forked;
 }
+
+template void vrx_lapack_latrd<float>(bool, vrx_int, vrx_int, float*, vrx_int, float*, float*, float*, vrx_int, int);
+template void vrx_lapack_latrd<double>(bool, vrx_int, vrx_int, double*, vrx_int, double*, double*, double*, vrx_int,
+                                       int);
+template void vrx_lapack_latrd<vrx_complex_float>(bool, vrx_int, vrx_int, vrx_complex_float*, vrx_int, float*,
+                                                  vrx_complex_float*, vrx_complex_float*, vrx_int, int);
+template void vrx_lapack_latrd<vrx_complex_double>(bool, vrx_int, vrx_int, vrx_complex_double*, vrx_int, double*,
+                                                   vrx_complex_double*, vrx_complex_double*, vrx_int, int);

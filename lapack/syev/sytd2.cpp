@@ -70,3 +70,10 @@ void vrx_lapack_sytd2(bool upper, vrx_int n, T* a, vrx_int lda, vrx_real_t<T>* d
   }
   d[n - 1] = tr::real_part(at(n - 1, n - 1));
 }
+
+template void vrx_lapack_sytd2<float>(bool, vrx_int, float*, vrx_int, float*, float*, float*);
+template void vrx_lapack_sytd2<double>(bool, vrx_int, double*, vrx_int, double*, double*, double*);
+template void vrx_lapack_sytd2<vrx_complex_float>(bool, vrx_int, vrx_complex_float*, vrx_int, float*, float*,
+                                                  vrx_complex_float*);
+template void vrx_lapack_sytd2<vrx_complex_double>(bool, vrx_int, vrx_complex_double*, vrx_int, double*, double*,
+                                                   vrx_complex_double*);

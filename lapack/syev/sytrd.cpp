@@ -158,3 +158,13 @@ vrx_sytrd_trace* vrx_lapack_sytrd_trace() {
   static thread_local vrx_sytrd_trace record;
   return &record;
 }
+
+template void vrx_lapack_sytrd<float>(const char*, vrx_int, float*, vrx_int, float*, float*, float*, float*, vrx_int,
+                                      vrx_int*);
+template void vrx_lapack_sytrd<double>(const char*, vrx_int, double*, vrx_int, double*, double*, double*, double*,
+                                       vrx_int, vrx_int*);
+template void vrx_lapack_sytrd<vrx_complex_float>(const char*, vrx_int, vrx_complex_float*, vrx_int, float*, float*,
+                                                  vrx_complex_float*, vrx_complex_float*, vrx_int, vrx_int*);
+template void vrx_lapack_sytrd<vrx_complex_double>(const char*, vrx_int, vrx_complex_double*, vrx_int, double*,
+                                                   double*, vrx_complex_double*, vrx_complex_double*, vrx_int,
+                                                   vrx_int*);
