@@ -1,11 +1,11 @@
 // The sequential rotation kernel. The target is walked in strips across the rotated
-// lines (rows for side "R", columns for "L"), as wide as the iteration's tuning answer;
-// within a full strip of pivot "V" the sweeps of the batch advance together as a
-// wavefront, sweep i + 1 two rotations behind sweep i, so that the few lines the front
-// covers stay in cache while every sweep passes over them. Every element still sees its
-// rotations in the order of the batch, so the result is the one of sweep-by-sweep
-// application. Narrower strips and the other pivots apply the rotations one pair of
-// lines at a time.
+// lines (rows for side "R", columns for "L"); within a strip of pivot "V" the sweeps of
+// the batch advance together as a wavefront, sweep i + 1 two rotations behind sweep i,
+// so that the few lines the front covers stay in cache while every sweep passes over
+// them. Each rotation is applied as a pair of lines (the DROT of the strip), and every
+// element still sees its rotations in the order of the batch, so the result is the one
+// of sweep-by-sweep application. The other pivots share one line among all rotations and
+// go sweep by sweep.
 #include "blas/level2/level2_common.h"
 #include "lapack/syev/vrx_rotations.h"
 #include "lapack/vrx_lapack.h"
@@ -14,6 +14,9 @@ namespace {
 // Sweep i + 1 may apply its rotation at position p once sweep i has applied positions up
 // to p + 1: the three rotations of sweep i that touch the pair of lines come first.
 constexpr vrx_int wavefront_lag = 2;
+// The tuning answer's narrow strips (6 lines for small orders) spend more on the loop
+// over a strip than the cache saves; below this many lines a strip does not pay.
+constexpr vrx_int narrowest_strip = 256;
 
 template <typename T>
 struct rotation_batch_target {
@@ -25,6 +28,7 @@ struct rotation_batch_target {
   const R* c;
   const R* s;
   vrx_int sweeps, ldcs;
+  void (*rot)(vrx_int n, T* x, T* y, R c, R s);  // the unit-stride pair, for side "R"
   T* a;
   vrx_int lda;
 };
@@ -38,7 +42,7 @@ void rotate(const rotation_batch_target<T>& t, vrx_int sweep, vrx_int j, vrx_int
   const vrx_int x = t.pivot == 'T' ? 0 : j;
   const vrx_int y = t.pivot == 'B' ? t.lines - 1 : j + 1;
   if (!t.left) {
-    vrx_blas_level1<T>()->rot(count, t.a + x * t.lda + first, t.a + y * t.lda + first, c, s);
+    t.rot(count, t.a + x * t.lda + first, t.a + y * t.lda + first, c, s);
     return;
   }
   T* column = t.a + first * t.lda;
@@ -89,15 +93,16 @@ void vrx_lapack_rotation_kernel(const char* side, const char* pivot, const char*
   t.s = s;
   t.sweeps = sweeps;
   t.ldcs = ldcs;
+  t.rot = vrx_blas_level1<T>()->rot;
   t.a = a;
   t.lda = lda;
   const vrx_int across = t.left ? n : m;
   if (t.lines < 2 || across < 1 || sweeps < 1) return;
   vrx_int strip = vrx_lapack_ilaenv<T>(1, t.left ? "BDSQR" : "STEQR", " ", t.lines, 1, -1, -1);
-  if (strip < 1) strip = 1;
+  if (strip < narrowest_strip) strip = narrowest_strip;
   for (vrx_int first = 0; first < across; first += strip) {
     const vrx_int count = across - first < strip ? across - first : strip;
-    if (count == strip && t.pivot == 'V' && sweeps > 1)
+    if (t.pivot == 'V' && sweeps > 1)
       wavefront(t, first, count);
     else
       sweep_by_sweep(t, first, count);
