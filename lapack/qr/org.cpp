@@ -79,9 +79,11 @@ void vrx_lapack_orgql(vrx_int m, vrx_int n, vrx_int k, T* a, vrx_int lda, const 
   generate<vrx_org_ql>("GQL", m, n, k, a, lda, tau, work, lwork, info);
 }
 
-#define VRX_ORGQR_INSTANCE(T)                                                                                   \
-  template void vrx_lapack_orgqr<T>(vrx_int, vrx_int, vrx_int, T*, vrx_int, const T*, T*, vrx_int, vrx_int*);
-VRX_ORGQR_INSTANCE(float)
-VRX_ORGQR_INSTANCE(double)
-VRX_ORGQR_INSTANCE(vrx_complex_float)
-VRX_ORGQR_INSTANCE(vrx_complex_double)
+#define VRX_ORG_INSTANCE(T)                                                                          \
+  template void vrx_lapack_orgqr<T>(vrx_int, vrx_int, vrx_int, T*, vrx_int, const T*, T*, vrx_int, vrx_int*); \
+  template void vrx_lapack_orglq<T>(vrx_int, vrx_int, vrx_int, T*, vrx_int, const T*, T*, vrx_int, vrx_int*); \
+  template void vrx_lapack_orgql<T>(vrx_int, vrx_int, vrx_int, T*, vrx_int, const T*, T*, vrx_int, vrx_int*);
+VRX_ORG_INSTANCE(float)
+VRX_ORG_INSTANCE(double)
+VRX_ORG_INSTANCE(vrx_complex_float)
+VRX_ORG_INSTANCE(vrx_complex_double)

@@ -159,7 +159,11 @@ void vrx_lapack_org_blocked(vrx_int m, vrx_int n, vrx_int k, T* a, vrx_int lda, 
 #define VRX_ORG_BLOCKED_INSTANCE(kind, T)                                                                  \
   template void vrx_lapack_org_blocked<kind, T>(vrx_int, vrx_int, vrx_int, T*, vrx_int, const T*, T*, vrx_int, \
                                                 vrx_int, int);
-VRX_ORG_BLOCKED_INSTANCE(vrx_org_qr, float)
-VRX_ORG_BLOCKED_INSTANCE(vrx_org_qr, double)
-VRX_ORG_BLOCKED_INSTANCE(vrx_org_qr, vrx_complex_float)
-VRX_ORG_BLOCKED_INSTANCE(vrx_org_qr, vrx_complex_double)
+#define VRX_ORG_BLOCKED_KINDS(T)           \
+  VRX_ORG_BLOCKED_INSTANCE(vrx_org_qr, T) \
+  VRX_ORG_BLOCKED_INSTANCE(vrx_org_lq, T) \
+  VRX_ORG_BLOCKED_INSTANCE(vrx_org_ql, T)
+VRX_ORG_BLOCKED_KINDS(float)
+VRX_ORG_BLOCKED_KINDS(double)
+VRX_ORG_BLOCKED_KINDS(vrx_complex_float)
+VRX_ORG_BLOCKED_KINDS(vrx_complex_double)
