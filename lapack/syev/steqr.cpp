@@ -112,152 +112,74 @@ void gather_finish(rotation_gather<T>& g) {
   g.owned = nullptr;
 }
 
-// One unreduced block's iteration; the gather is null when no vectors are wanted.
-template <typename T>
-struct implicit_block {
-  typedef vrx_real_t<T> R;
-  R* d;
-  R* e;
-  vrx_int l, lend;
-  vrx_int* sweeps;
-  vrx_int max_sweeps;
-  const vrx_tridiagonal_constants<R>* k;
-  rotation_gather<T>* gather;
-};
-
-template <typename R>
-bool negligible(R e, R d1, R d2, const vrx_tridiagonal_constants<R>& k) {
-  return e * e <= (k.eps2 * std::fabs(d1)) * std::fabs(d2) + k.safmin;
-}
-
 // The 2 by 2 block of rows top and top + 1, solved directly; its rotation joins the
-// gathered ones.
+// gathered ones (null: no vectors wanted).
 template <typename T>
-void solve_pair(implicit_block<T>& b, vrx_int top) {
+void solve_pair(vrx_real_t<T>* d, vrx_real_t<T>* e, vrx_int top, rotation_gather<T>* gather) {
   typedef vrx_real_t<T> R;
-  R* d = b.d;
   R rt1, rt2;
-  if (b.gather) {
+  if (gather) {
     R c, s;
-    vrx_lapack_laev2(d[top], b.e[top], d[top + 1], &rt1, &rt2, &c, &s);
-    const vrx_int slot = open_sweep(*b.gather, b.gather->backward, top, top);
-    b.gather->c[slot + top] = c;
-    b.gather->s[slot + top] = s;
-    close_sweep(*b.gather);
+    vrx_lapack_laev2(d[top], e[top], d[top + 1], &rt1, &rt2, &c, &s);
+    const vrx_int slot = open_sweep(*gather, gather->backward, top, top);
+    gather->c[slot + top] = c;
+    gather->s[slot + top] = s;
+    close_sweep(*gather);
   } else {
-    vrx_lapack_lae2(d[top], b.e[top], d[top + 1], &rt1, &rt2);
+    vrx_lapack_lae2(d[top], e[top], d[top + 1], &rt1, &rt2);
   }
   d[top] = rt1;
   d[top + 1] = rt2;
-  b.e[top] = 0;
+  e[top] = 0;
 }
 
-// The shifted start g of a sweep from the 2 by 2 at l (neighbour on the diagonal, their
-// off-diagonal el) and the far end d[m] of the sweep.
-template <typename R>
-R sweep_start(R p, R neighbour, R el, R dm) {
-  R g = (neighbour - p) / (2 * el);
-  const R r = std::hypot(g, R(1));
-  return dm - p + el / (g + vrx_tridiagonal_sign(r, g));
-}
-
-// QL: eigenvalues found at the top, l moving down to lend; each sweep chases from m up
-// to l and turns columns l..m of Z, last pair first.
+// One block from row l towards lend. Each sweep chases from m back to l; its rotations
+// turn the columns of Z between m and l, the pair nearest m first.
 template <typename T>
-void iterate_down(implicit_block<T>& b) {
+void iterate(vrx_real_t<T>* d, vrx_real_t<T>* e, vrx_int l, vrx_int lend, const vrx_tridiagonal_constants<vrx_real_t<T>>& k,
+             vrx_int* sweeps, vrx_int max_sweeps, rotation_gather<T>* gather) {
   typedef vrx_real_t<T> R;
-  R* d = b.d;
-  R* e = b.e;
-  vrx_int l = b.l;
-  const vrx_int lend = b.lend;
-  while (l <= lend) {
-    vrx_int m = lend;
-    for (vrx_int i = l; i < lend; ++i)
-      if (negligible(e[i], d[i], d[i + 1], *b.k)) {
-        m = i;
-        break;
-      }
-    if (m < lend) e[m] = 0;
+  const vrx_int step = lend > l ? 1 : -1;
+  const auto negligible = [&](vrx_int off, vrx_int a, vrx_int b) {
+    return e[off] * e[off] <= (k.eps2 * std::fabs(d[a])) * std::fabs(d[b]) + k.safmin;
+  };
+  while ((lend - l) * step >= 0) {
+    const vrx_int m = vrx_tridiagonal_split(e, l, lend, step, negligible);
     if (m == l) {
-      ++l;
+      l += step;
       continue;
     }
-    if (m == l + 1) {
-      solve_pair(b, l);
-      l += 2;
+    if (m == l + step) {
+      solve_pair(d, e, step > 0 ? l : m, gather);
+      l += 2 * step;
       continue;
     }
-    if (*b.sweeps == b.max_sweeps) return;
-    ++*b.sweeps;
-    const R p0 = d[l];
-    R g = sweep_start(p0, d[l + 1], e[l], d[m]);
+    if (*sweeps == max_sweeps) return;
+    ++*sweeps;
+    // The shifted start from the 2 by 2 at l and the far end d[m].
+    const vrx_int l_off = vrx_tridiagonal_between(l, step);
+    const R p0 = d[l], el = e[l_off];
+    R g = (d[l + step] - p0) / (2 * el);
+    g = d[m] - p0 + el / (g + vrx_tridiagonal_sign(std::hypot(g, R(1)), g));
     R s = 1, c = 1, p = 0;
-    const vrx_int slot = b.gather ? open_sweep(*b.gather, true, l, m - 1) : 0;
-    for (vrx_int i = m - 1; i >= l; --i) {
-      const R f = s * e[i], bb = c * e[i];
+    const vrx_int slot = gather ? open_sweep(*gather, step > 0, step > 0 ? l : m, (step > 0 ? m : l) - 1) : 0;
+    for (vrx_int row = m; row != l; row -= step) {
+      const vrx_int next = row - step, off = vrx_tridiagonal_between(next, step);
+      const R f = s * e[off], b = c * e[off];
       R r;
       vrx_lapack_lartg(g, f, &c, &s, &r);
-      if (i != m - 1) e[i + 1] = r;
-      g = d[i + 1] - p;
-      r = (d[i] - g) * s + 2 * c * bb;
+      if (row != m) e[vrx_tridiagonal_between(row, step)] = r;
+      g = d[row] - p;
+      r = (d[next] - g) * s + 2 * c * b;
       p = s * r;
-      d[i + 1] = g + p;
-      g = c * r - bb;
-      if (b.gather) b.gather->c[slot + i] = c, b.gather->s[slot + i] = -s;
+      d[row] = g + p;
+      g = c * r - b;
+      // Z's columns off and off + 1; downwards the sweep's sine enters negated.
+      if (gather) gather->c[slot + off] = c, gather->s[slot + off] = step > 0 ? -s : s;
     }
-    if (b.gather) close_sweep(*b.gather);
+    if (gather) close_sweep(*gather);
     d[l] -= p;
-    e[l] = g;
-  }
-}
-
-// QR: eigenvalues found at the bottom, l moving up to lend; each sweep chases from m
-// down to l and turns columns m..l of Z, first pair first.
-template <typename T>
-void iterate_up(implicit_block<T>& b) {
-  typedef vrx_real_t<T> R;
-  R* d = b.d;
-  R* e = b.e;
-  vrx_int l = b.l;
-  const vrx_int lend = b.lend;
-  while (l >= lend) {
-    vrx_int m = lend;
-    for (vrx_int i = l; i > lend; --i)
-      if (negligible(e[i - 1], d[i], d[i - 1], *b.k)) {
-        m = i;
-        break;
-      }
-    if (m > lend) e[m - 1] = 0;
-    if (m == l) {
-      --l;
-      continue;
-    }
-    if (m == l - 1) {
-      solve_pair(b, m);
-      l -= 2;
-      continue;
-    }
-    if (*b.sweeps == b.max_sweeps) return;
-    ++*b.sweeps;
-    const R p0 = d[l];
-    R g = sweep_start(p0, d[l - 1], e[l - 1], d[m]);
-    R s = 1, c = 1, p = 0;
-    const vrx_int slot = b.gather ? open_sweep(*b.gather, false, m, l - 1) : 0;
-    for (vrx_int i = m; i < l; ++i) {
-      const R f = s * e[i], bb = c * e[i];
-      R r;
-      vrx_lapack_lartg(g, f, &c, &s, &r);
-      if (i != m) e[i - 1] = r;
-      g = d[i] - p;
-      r = (d[i + 1] - g) * s + 2 * c * bb;
-      p = s * r;
-      d[i] = g + p;
-      g = c * r - bb;
-      if (b.gather) b.gather->c[slot + i] = c, b.gather->s[slot + i] = s;
-    }
-    if (b.gather) close_sweep(*b.gather);
-    d[l] -= p;
-    e[l - 1] = g;
+    e[l_off] = g;
   }
 }
 
@@ -298,38 +220,22 @@ void vrx_lapack_steqr(const char* compz, vrx_int n, vrx_real_t<T>* d, vrx_real_t
   if (n == 1) return;
   rotation_gather<T> gather;
   if (vectors > 0) gather_start(gather, z, ldz, n, work);
+  rotation_gather<T>* const gathered = vectors > 0 ? &gather : nullptr;
   const vrx_tridiagonal_constants<R> k = vrx_tridiagonal_constants_of<R>();
   vrx_int sweeps = 0;
   const vrx_int max_sweeps = vrx_lapack_tridiagonal_sweeps_per_order * n;
-  for (vrx_int first = 0; first < n;) {
-    if (first > 0) e[first - 1] = 0;
-    const vrx_int last = vrx_tridiagonal_block_end(n, d, e, first, k.eps);
-    const vrx_int top = first, len = last - first + 1;
-    first = last + 1;
-    if (len == 1) continue;
-    const vrx_tridiagonal_scaling<R> scaling = vrx_tridiagonal_scale(len, d + top, e + top, k);
-    if (scaling.anorm == 0) continue;
-    implicit_block<T> block = {d, e, top, last, &sweeps, max_sweeps, &k, vectors > 0 ? &gather : nullptr};
-    if (std::fabs(d[last]) < std::fabs(d[top])) {
-      block.l = last;
-      block.lend = top;
-      iterate_up(block);
-    } else {
-      iterate_down(block);
-    }
-    vrx_tridiagonal_unscale(len, d + top, e + top, scaling);
-    if (sweeps >= max_sweeps) {
-      if (vectors > 0) gather_finish(gather);
-      *info = vrx_tridiagonal_unconverged(n, e);
-      return;
-    }
-  }
-  if (vectors == 0) {
+  // A block's rotations are applied when it ends: the next block turns other columns.
+  const auto block = [&](vrx_int l, vrx_int lend) {
+    iterate(d, e, l, lend, k, &sweeps, max_sweeps, gathered);
+    if (gathered) apply_gathered(gather);
+  };
+  const bool converged = vrx_tridiagonal_blocks(n, d, e, false, k, &sweeps, max_sweeps, block, info);
+  if (gathered) gather_finish(gather);
+  if (!converged) return;
+  if (vectors == 0)
     vrx_tridiagonal_sort(n, d);
-    return;
-  }
-  gather_finish(gather);
-  sort_with_vectors(n, d, z, ldz);
+  else
+    sort_with_vectors(n, d, z, ldz);
 }
 
 #define VRX_STEQR_INSTANCE(T)                                                                                \

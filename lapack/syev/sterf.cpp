@@ -12,16 +12,6 @@
 vrx_int vrx_lapack_tridiagonal_sweeps_per_order = 30;
 
 namespace {
-template <typename R>
-struct root_free_block {
-  R* d;
-  R* e;  // squares of the off-diagonals within the block
-  vrx_int l, lend;
-  vrx_int* sweeps;
-  vrx_int max_sweeps;
-  const vrx_tridiagonal_constants<R>* k;
-};
-
 // The shift: the eigenvalue nearer p of the 2 by 2 made of p, its neighbour on the
 // diagonal and the square of their off-diagonal.
 template <typename R>
@@ -32,98 +22,47 @@ R shift(R p, R neighbour, R e_square) {
   return p - rte / (sigma + vrx_tridiagonal_sign(r, sigma));
 }
 
-// QL: eigenvalues found at the top, l moving down to lend.
+// One block from row l towards lend, e holding the squares of the off-diagonals.
 template <typename R>
-void iterate_down(root_free_block<R>& b) {
-  R* d = b.d;
-  R* e = b.e;
-  const R eps2 = b.k->eps2;
-  vrx_int l = b.l;
-  const vrx_int lend = b.lend;
-  while (l <= lend) {
-    vrx_int m = lend;
-    for (vrx_int i = l; i < lend; ++i)
-      if (std::fabs(e[i]) <= eps2 * std::fabs(d[i] * d[i + 1])) {
-        m = i;
-        break;
-      }
-    if (m < lend) e[m] = 0;
+void iterate(R* d, R* e, vrx_int l, vrx_int lend, const vrx_tridiagonal_constants<R>& k, vrx_int* sweeps,
+             vrx_int max_sweeps) {
+  const vrx_int step = lend > l ? 1 : -1;
+  const auto negligible = [&](vrx_int off, vrx_int a, vrx_int b) {
+    return std::fabs(e[off]) <= k.eps2 * std::fabs(d[a] * d[b]);
+  };
+  while ((lend - l) * step >= 0) {
+    const vrx_int m = vrx_tridiagonal_split(e, l, lend, step, negligible);
     if (m == l) {  // d[l] has converged
-      ++l;
+      l += step;
       continue;
     }
-    if (m == l + 1) {  // a 2 by 2 block, solved directly
+    const vrx_int l_off = vrx_tridiagonal_between(l, step);
+    if (m == l + step) {  // a 2 by 2 block, solved directly
       R rt1, rt2;
-      vrx_lapack_lae2(d[l], std::sqrt(e[l]), d[l + 1], &rt1, &rt2);
+      vrx_lapack_lae2(d[l], std::sqrt(e[l_off]), d[l + step], &rt1, &rt2);
       d[l] = rt1;
-      d[l + 1] = rt2;
-      e[l] = 0;
-      l += 2;
+      d[l + step] = rt2;
+      e[l_off] = 0;
+      l += 2 * step;
       continue;
     }
-    if (*b.sweeps == b.max_sweeps) return;
-    ++*b.sweeps;
-    const R sigma = shift(d[l], d[l + 1], e[l]);
+    if (*sweeps == max_sweeps) return;
+    ++*sweeps;
+    // Chase from m back to l, each rotation between a row and its neighbour towards l.
+    const R sigma = shift(d[l], d[l + step], e[l_off]);
     R c = 1, s = 0, gamma = d[m] - sigma, p = gamma * gamma;
-    for (vrx_int i = m - 1; i >= l; --i) {
-      const R bb = e[i], r = p + bb;
-      if (i != m - 1) e[i + 1] = s * r;
-      const R oldc = c, oldgam = gamma, alpha = d[i];
+    for (vrx_int row = m; row != l; row -= step) {
+      const vrx_int next = row - step, off = vrx_tridiagonal_between(next, step);
+      const R bb = e[off], r = p + bb;
+      if (row != m) e[vrx_tridiagonal_between(row, step)] = s * r;
+      const R oldc = c, oldgam = gamma, alpha = d[next];
       c = p / r;
       s = bb / r;
       gamma = c * (alpha - sigma) - s * oldgam;
-      d[i + 1] = oldgam + (alpha - gamma);
+      d[row] = oldgam + (alpha - gamma);
       p = c != 0 ? gamma * gamma / c : oldc * bb;
     }
-    e[l] = s * p;
-    d[l] = sigma + gamma;
-  }
-}
-
-// QR: eigenvalues found at the bottom, l moving up to lend.
-template <typename R>
-void iterate_up(root_free_block<R>& b) {
-  R* d = b.d;
-  R* e = b.e;
-  const R eps2 = b.k->eps2;
-  vrx_int l = b.l;
-  const vrx_int lend = b.lend;
-  while (l >= lend) {
-    vrx_int m = lend;
-    for (vrx_int i = l; i > lend; --i)
-      if (std::fabs(e[i - 1]) <= eps2 * std::fabs(d[i] * d[i - 1])) {
-        m = i;
-        break;
-      }
-    if (m > lend) e[m - 1] = 0;
-    if (m == l) {
-      --l;
-      continue;
-    }
-    if (m == l - 1) {
-      R rt1, rt2;
-      vrx_lapack_lae2(d[l], std::sqrt(e[l - 1]), d[l - 1], &rt1, &rt2);
-      d[l] = rt1;
-      d[l - 1] = rt2;
-      e[l - 1] = 0;
-      l -= 2;
-      continue;
-    }
-    if (*b.sweeps == b.max_sweeps) return;
-    ++*b.sweeps;
-    const R sigma = shift(d[l], d[l - 1], e[l - 1]);
-    R c = 1, s = 0, gamma = d[m] - sigma, p = gamma * gamma;
-    for (vrx_int i = m; i < l; ++i) {
-      const R bb = e[i], r = p + bb;
-      if (i != m) e[i - 1] = s * r;
-      const R oldc = c, oldgam = gamma, alpha = d[i + 1];
-      c = p / r;
-      s = bb / r;
-      gamma = c * (alpha - sigma) - s * oldgam;
-      d[i] = oldgam + (alpha - gamma);
-      p = c != 0 ? gamma * gamma / c : oldc * bb;
-    }
-    e[l - 1] = s * p;
+    e[l_off] = s * p;
     d[l] = sigma + gamma;
   }
 }
@@ -136,30 +75,8 @@ void vrx_lapack_sterf(vrx_int n, R* d, R* e, vrx_int* info) {
   const vrx_tridiagonal_constants<R> k = vrx_tridiagonal_constants_of<R>();
   vrx_int sweeps = 0;
   const vrx_int max_sweeps = vrx_lapack_tridiagonal_sweeps_per_order * n;
-  for (vrx_int first = 0; first < n;) {
-    if (first > 0) e[first - 1] = 0;
-    const vrx_int last = vrx_tridiagonal_block_end(n, d, e, first, k.eps);
-    const vrx_int top = first, len = last - first + 1;
-    first = last + 1;
-    if (len == 1) continue;
-    const vrx_tridiagonal_scaling<R> scaling = vrx_tridiagonal_scale(len, d + top, e + top, k);
-    if (scaling.anorm == 0) continue;
-    for (vrx_int i = top; i < last; ++i) e[i] *= e[i];
-    root_free_block<R> block = {d, e, top, last, &sweeps, max_sweeps, &k};
-    if (std::fabs(d[last]) < std::fabs(d[top])) {
-      block.l = last;
-      block.lend = top;
-      iterate_up(block);
-    } else {
-      iterate_down(block);
-    }
-    vrx_tridiagonal_unscale<R>(len, d + top, nullptr, scaling);
-    if (sweeps >= max_sweeps) {
-      *info = vrx_tridiagonal_unconverged(n, e);
-      return;
-    }
-  }
-  vrx_tridiagonal_sort(n, d);
+  const auto block = [&](vrx_int l, vrx_int lend) { iterate(d, e, l, lend, k, &sweeps, max_sweeps); };
+  if (vrx_tridiagonal_blocks(n, d, e, true, k, &sweeps, max_sweeps, block, info)) vrx_tridiagonal_sort(n, d);
 }
 
 template void vrx_lapack_sterf<float>(vrx_int, float*, float*, vrx_int*);

@@ -94,6 +94,57 @@ inline vrx_int vrx_tridiagonal_unconverged(vrx_int n, const R* e) {
   return count;
 }
 
+// A block is iterated from row l towards row lend, one row further each time an
+// eigenvalue is found there: downwards (QL, step +1) or upwards (QR, step -1). The
+// off-diagonal between row i and its neighbour i + step:
+inline vrx_int vrx_tridiagonal_between(vrx_int i, vrx_int step) { return step > 0 ? i : i - 1; }
+
+// The first row m from l towards lend whose off-diagonal towards lend the predicate
+// negligible(off, m, m + step) finds small enough to split at (it is set to zero), else
+// lend.
+template <typename R, typename Negligible>
+inline vrx_int vrx_tridiagonal_split(R* e, vrx_int l, vrx_int lend, vrx_int step, Negligible&& negligible) {
+  for (vrx_int m = l; m != lend; m += step) {
+    const vrx_int off = vrx_tridiagonal_between(m, step);
+    if (negligible(off, m, m + step)) {
+      e[off] = 0;
+      return m;
+    }
+  }
+  return lend;
+}
+
+// The outer loop of both iterations: splits (d, e) into unreduced blocks, scales each
+// into the safe range and iterates it with iterate(l, lend) from its end with the smaller
+// diagonal element (lend below l: upwards), then unscales it. `squares`: the iteration
+// turns the block's e into squares, and only d is unscaled. Answers false, with info the
+// count of off-diagonals left, when the sweeps counted in *sweeps reached their limit.
+template <typename R, typename Iterate>
+inline bool vrx_tridiagonal_blocks(vrx_int n, R* d, R* e, bool squares, const vrx_tridiagonal_constants<R>& k,
+                                   const vrx_int* sweeps, vrx_int max_sweeps, Iterate&& iterate, vrx_int* info) {
+  for (vrx_int first = 0; first < n;) {
+    if (first > 0) e[first - 1] = 0;
+    const vrx_int last = vrx_tridiagonal_block_end(n, d, e, first, k.eps);
+    const vrx_int top = first, len = last - first + 1;
+    first = last + 1;
+    if (len == 1) continue;
+    const vrx_tridiagonal_scaling<R> scaling = vrx_tridiagonal_scale(len, d + top, e + top, k);
+    if (scaling.anorm == 0) continue;
+    if (squares)
+      for (vrx_int i = top; i < last; ++i) e[i] *= e[i];
+    if (std::fabs(d[last]) < std::fabs(d[top]))
+      iterate(last, top);
+    else
+      iterate(top, last);
+    vrx_tridiagonal_unscale(len, d + top, squares ? nullptr : e + top, scaling);
+    if (*sweeps >= max_sweeps) {
+      *info = vrx_tridiagonal_unconverged(n, e);
+      return false;
+    }
+  }
+  return true;
+}
+
 // Ascending order; NaNs go last, so that the order stays well defined.
 template <typename R>
 inline void vrx_tridiagonal_sort(vrx_int n, R* d) {
