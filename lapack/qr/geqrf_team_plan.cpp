@@ -14,6 +14,8 @@ constexpr vrx_ladder_step blocks_22_44[] = {vrx_below(3000, 32),  vrx_below(5000
                                             vrx_below(9000, 144), vrx_below(13000, 176), vrx_rest(240)};
 }  // namespace
 
+vrx_int vrx_lapack_geqrf_team_block_seam = 0;
+
 vrx_int vrx_lapack_geqrf_team_block(vrx_int m, int threads) {
   if (threads == 22 || threads == 44) return vrx_ladder_pick(blocks_22_44, m);
   return vrx_ladder_choose(threads < many_threads, blocks_few_threads, blocks_many_threads, m);
@@ -23,7 +25,8 @@ template <typename T>
 vrx_geqrf_team_plan vrx_lapack_geqrf_team_plan(vrx_int m, vrx_int n, int threads) {
   if (threads < 1) threads = 1;
   vrx_geqrf_team_plan plan{};
-  plan.b = vrx_lapack_geqrf_team_block(m, threads);
+  plan.b = vrx_lapack_geqrf_team_block_seam > 0 ? vrx_lapack_geqrf_team_block_seam
+                                                : vrx_lapack_geqrf_team_block(m, threads);
   plan.ib = vrx_lapack_ilaenv<T>(1, "LAQRF", " ", m, n, 2, -1);
   if (plan.ib < 1) plan.ib = 1;
   plan.ldt = plan.b * (plan.b / plan.ib + 1);

@@ -13,6 +13,10 @@
 // Block width by rows and thread count; exactly 22 and 44 threads have a table of their own.
 vrx_int vrx_lapack_geqrf_team_block(vrx_int m, int threads);
 
+// A block width that replaces the table's when above 0, for tests that need several
+// panels on small matrices.
+extern vrx_int vrx_lapack_geqrf_team_block_seam;
+
 // Most members of one team.
 constexpr int vrx_geqrf_team_max_size = 18;
 
