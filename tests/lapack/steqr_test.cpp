@@ -19,6 +19,7 @@
 
 #include "lapack/syev/vrx_syev.h"
 #include "lapack/syev/vrx_tridiagonal.h"
+#include "support/child_process.h"
 #include "support/gemm_typed_reference.h"
 #include "support/lapack_seams.h"
 
@@ -430,5 +431,13 @@ TYPED_TEST(SteqrTest, BadArgumentsLeaveEverythingUntouched) {
     EXPECT_TRUE(d[0] == 1 && d[2] == 3 && e[0] == 4 && e[1] == 5 && work[0] == 6);
     for (const T& x : z) EXPECT_TRUE(x == vrx_traits<T>::make(R(8), R(8)));
   }
+}
+// Gathered in batches, the rotations give Z bit for bit as one application per sweep
+// does (the form taken when the batch table cannot be allocated).
+TEST(SteqrBatchTest, BatchedRotationsEqualOneApplicationPerSweep) {
+  const vrx_child_result r =
+      vrx_test_run(vrx_test_driver("steqr_driver"), {"single", "SDCZ"}, {{"VRX_DISABLE_FAST_MM", "1"}});
+  EXPECT_EQ(r.exit_status, 0);
+  EXPECT_EQ(r.output, "S same\nD same\nC same\nZ same\nok\n");
 }
 }  // namespace
