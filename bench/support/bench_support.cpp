@@ -214,3 +214,8 @@ std::vector<bench_peer_library> bench_open_lapack_peers(int threads) {
   }
   return peers;
 }
+
+bench_lmder_fn bench_open_lmder() {
+  void* minpack = dlopen("libminpack.so.1", RTLD_NOW | RTLD_LOCAL);
+  return minpack ? reinterpret_cast<bench_lmder_fn>(dlsym(minpack, "lmder_")) : nullptr;
+}

@@ -87,6 +87,17 @@ std::vector<bench_peer_library> bench_open_peers(int threads);
 // BLIS becomes the process's libblas.so.3.
 std::vector<bench_peer_library> bench_open_lapack_peers(int threads);
 
+// MINPACK's lmder from Debian's minpack-dev (Fortran calling style, everything by
+// pointer); null when the library is not installed.
+typedef void (*bench_lmder_fcn)(const int* m, const int* n, const double* x, double* fvec, double* fjac,
+                                const int* ldfjac, int* iflag);
+typedef void (*bench_lmder_fn)(bench_lmder_fcn fcn, const int* m, const int* n, double* x, double* fvec,
+                               double* fjac, const int* ldfjac, const double* ftol, const double* xtol,
+                               const double* gtol, const int* maxfev, double* diag, const int* mode,
+                               const double* factor, const int* nprint, int* info, int* nfev, int* njev, int* ipvt,
+                               double* qtf, double* wa1, double* wa2, double* wa3, double* wa4);
+bench_lmder_fn bench_open_lmder();
+
 // Single-core peak in GFLOPS of a loop of independent vector operations.
 struct bench_peaks {
   double sse2_mul_add;   // 128-bit multiply plus add

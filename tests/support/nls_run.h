@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "include/customvrx.h"
-#include "support/nls_problems.h"
+#include "nls_problems.h"
 
 struct nls_options {
   double eps[6] = {1e-10, 1e-10, 1e-12, 1e-12, 1e-14, 1e-10};
