@@ -111,6 +111,8 @@ void vrx_lapack_geqrf_team(vrx_int m, vrx_int n, T* a, vrx_int lda, T* tau, T* w
   held.scratch = static_cast<T*>(vrx_serv_malloc(sizeof(T) * call.team_elems * plan.teams, record_alignment));
   held.own_factors = lwork < factor_elems;
   held.factors = held.own_factors ? static_cast<T*>(vrx_serv_malloc(sizeof(T) * factor_elems, record_alignment)) : work;
+  // When the caller's workspace holds the factors, the size it was told stays in place.
+  const T first_work = held.own_factors ? T{} : work[0];
   if (!held.records || !held.state || !held.scratch || !held.factors) {
     release(&held);
     trace->fallback = 1;
@@ -132,6 +134,7 @@ void vrx_lapack_geqrf_team(vrx_int m, vrx_int n, T* a, vrx_int lda, T* tau, T* w
   trace->panels = call.panels;
   if (call.error) {
     release(&held);
+    if (!held.own_factors) work[0] = first_work;
     *info = -1002;
     return;
   }
@@ -145,6 +148,7 @@ void vrx_lapack_geqrf_team(vrx_int m, vrx_int n, T* a, vrx_int lda, T* tau, T* w
                         plan.b);
   const bool stop = vrx_lapack_geqrf_hook<T>(0, n);
   release(&held);
+  if (!held.own_factors) work[0] = first_work;
   if (stop) *info = -1002;
 }
 

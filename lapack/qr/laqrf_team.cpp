@@ -5,6 +5,7 @@
 // block's columns at a second; everything else runs on own rows.
 #include <cmath>
 
+#include "blas/level2/level2_common.h"
 #include "lapack/qr/vrx_geqrf_team.h"
 #include "lapack/vrx_lapack_blas.h"
 
@@ -47,28 +48,6 @@ void add_part(const vrx_geqrf_norm_part& from, vrx_geqrf_norm_part* to) {
   }
 }
 
-template <typename R>
-R hypot3(R x, R y, R z) {
-  const R ax = std::fabs(x), ay = std::fabs(y), az = std::fabs(z);
-  const R w = std::fmax(ax, std::fmax(ay, az));
-  if (w == 0) return ax + ay + az;
-  const R rx = ax / w, ry = ay / w, rz = az / w;
-  return w * std::sqrt(rx * rx + ry * ry + rz * rz);
-}
-
-// 1 / (re + i im), scaled so that neither part overflows on the way.
-template <typename T>
-T reciprocal(vrx_real_t<T> re, vrx_real_t<T> im) {
-  typedef vrx_real_t<T> R;
-  if (!vrx_is_complex<T>) return vrx_traits<T>::make(1 / re, 0);
-  if (std::fabs(im) <= std::fabs(re)) {
-    const R e = im / re, f = re + im * e;
-    return vrx_traits<T>::make(1 / f, -e / f);
-  }
-  const R e = re / im, f = im + re * e;
-  return vrx_traits<T>::make(e / f, -1 / f);
-}
-
 // The reflector H with H^H (alpha; x) = (beta; 0), from alpha and the norm of x as the
 // published generator makes it: a beta below the safe minimum over eps is rescaled up
 // to 20 times by its inverse.
@@ -93,7 +72,7 @@ reflector<T> generate(T alpha, vrx_real_t<T> xnorm) {
     return h;
   }
   const R safmin = vrx_machine<R>::sfmin / vrx_machine<R>::eps, rsafmn = 1 / safmin;
-  R beta = -std::copysign(hypot3(ar, ai, xnorm), ar);
+  R beta = -std::copysign(std::hypot(ar, ai, xnorm), ar);
   if (std::fabs(beta) < safmin) {
     do {
       ++h.rescales;
@@ -102,10 +81,10 @@ reflector<T> generate(T alpha, vrx_real_t<T> xnorm) {
       ai *= rsafmn;
       xnorm *= rsafmn;
     } while (std::fabs(beta) < safmin && h.rescales < 20);
-    beta = -std::copysign(hypot3(ar, ai, xnorm), ar);
+    beta = -std::copysign(std::hypot(ar, ai, xnorm), ar);
   }
   h.tau = tr::make((beta - ar) / beta, -ai / beta);
-  h.factor = reciprocal<T>(ar - beta, ai);
+  h.factor = vrx_l2_divide(tr::make(1, 0), tr::make(ar - beta, ai));
   for (int i = 0; i < h.rescales; ++i) beta *= safmin;
   h.beta = beta;
   return h;
