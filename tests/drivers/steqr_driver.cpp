@@ -1,13 +1,11 @@
-// The implicit tridiagonal iteration with its rotations gathered in batches against the
-// same iteration applying each sweep at once, as the published routine does; the latter
-// is what it falls back to when its batch table cannot be allocated.
-//   steqr_driver single LETTERS   order 120 (one strip, one thread: every rotation meets
-//                                 the same elements in the same calls either way) on a
-//                                 matrix with splits and 2 by 2 blocks, compz "I"; the
-//                                 second run with the service's base allocator refusing
-// Prints "LETTER same" when the second run was refused its table and eigenvalues and
-// eigenvectors agree bit for bit, else "LETTER differ"; then "ok" and exits 0, or exits
-// 1 after a difference. Run with VRX_DISABLE_FAST_MM set, so that no pooled block serves.
+// The implicit tridiagonal iteration with rotations gathered in batches against one
+// application per sweep, the form it takes when its batch table cannot be allocated.
+//   steqr_driver single LETTERS   compz "I" at order 120 (one strip and one thread, so
+//                                 both forms make the same calls on the same elements),
+//                                 with splits and 2 by 2 blocks; run again with the base
+//                                 allocator refusing (VRX_DISABLE_FAST_MM set: no pool)
+// Prints "LETTER same" when the second run was refused and both agree bit for bit, else
+// "LETTER differ"; then "ok" and exits 0, or exits 1 after a difference.
 #include <cmath>
 #include <cstdio>
 #include <string>

@@ -145,17 +145,6 @@ TYPED_TEST(RotationsTest, EngineMatchesRotationsOneByOneOnEveryThreadCount) {
   }
 }
 
-TYPED_TEST(RotationsTest, NoSweepsOrNothingAcrossLeavesTheTargetAlone) {
-  typedef TypeParam T;
-  for (const int64_t sweeps : {0, -1}) {
-    const rotation_case rc = {'R', 'V', 'F', 5, 4, 1};
-    batch<T> got = make_batch<T>(rc, 3), want = got;
-    vrx_lapack_rotations_apply<T>("R", "V", "F", 5, 4, got.c.data(), got.s.data(), got.a.data(), got.lda, sweeps,
-                                  got.ldcs);
-    EXPECT_TRUE(got.a == want.a) << "sweeps " << sweeps;
-  }
-}
-
 // ---- the batch table ----
 struct batch_row {
   vrx_int key;
@@ -183,55 +172,43 @@ class PlaneRotationTest : public testing::Test {};
 typedef testing::Types<float, double> real_types;
 TYPED_TEST_SUITE(PlaneRotationTest, real_types);
 
-// The 2 by 2 [[a, b], [b, c]] in long double, turned by (cs, sn) as LAEV2 promises.
+// [cs sn; -sn cs] [a b; b c] [cs -sn; sn cs] = diag(rt1, rt2), in long double.
 TYPED_TEST(PlaneRotationTest, TwoByTwoEigenDecompositionDiagonalises) {
   typedef TypeParam R;
   typedef long double W;
-  const R big = R(1) / std::numeric_limits<R>::epsilon();
-  const R cases[][3] = {{1, 2, 3},   {-4, 1, -1},    {2, 0, 2},     {0, 1, 0},   {3, -1e-6f, 3},
-                        {1, 0, -1},  {-5, 2, 5},     {big, 1, 1},   {1, 1, big}, {0, 0, 0}};
-  const double eps = static_cast<double>(vrx_machine<R>::eps);
-  for (const auto& abc : cases) {
-    const R a = abc[0], b = abc[1], c = abc[2];
+  const R big = 1 / std::numeric_limits<R>::epsilon(), eps = vrx_machine<R>::eps;
+  const R cases[][3] = {{1, 2, 3}, {-4, 1, -1}, {2, 0, 2}, {0, 1, 0}, {3, R(-1e-6), 3},
+                        {1, 0, -1}, {-5, 2, 5}, {big, 1, 1}, {1, 1, big}, {0, 0, 0}};
+  for (const auto& m : cases) {
+    const W a = m[0], b = m[1], c = m[2], scale = std::fabs(a) + 2 * std::fabs(b) + std::fabs(c);
     R rt1, rt2, cs, sn, v1, v2;
-    vrx_lapack_laev2(a, b, c, &rt1, &rt2, &cs, &sn);
-    vrx_lapack_lae2(a, b, c, &v1, &v2);
-    EXPECT_EQ(rt1, v1);
-    EXPECT_EQ(rt2, v2);
-    EXPECT_GE(std::fabs(rt1), std::fabs(rt2));
-    const W scale = std::fabs(W(a)) + 2 * std::fabs(W(b)) + std::fabs(W(c));
-    const W cw = cs, sw = sn;
-    EXPECT_LE(std::fabs(cw * cw + sw * sw - 1), 4 * eps);
-    // [cs sn; -sn cs] A [cs -sn; sn cs]
-    const W d1 = cw * (cw * a + sw * b) + sw * (cw * b + sw * c);
-    const W off = -sw * (cw * a + sw * b) + cw * (cw * b + sw * c);
-    const W d2 = -sw * (-sw * a + cw * b) + cw * (-sw * b + cw * c);
-    EXPECT_LE(std::fabs(d1 - W(rt1)), 8 * eps * scale) << a << " " << b << " " << c;
-    EXPECT_LE(std::fabs(d2 - W(rt2)), 8 * eps * scale) << a << " " << b << " " << c;
-    EXPECT_LE(std::fabs(off), 8 * eps * scale) << a << " " << b << " " << c;
+    vrx_lapack_laev2(m[0], m[1], m[2], &rt1, &rt2, &cs, &sn);
+    vrx_lapack_lae2(m[0], m[1], m[2], &v1, &v2);
+    EXPECT_TRUE(rt1 == v1 && rt2 == v2 && std::fabs(rt1) >= std::fabs(rt2)) << a << " " << b << " " << c;
+    const W u = cs, v = sn, d1 = u * (u * a + v * b) + v * (u * b + v * c);
+    const W off = -v * (u * a + v * b) + u * (u * b + v * c), d2 = -v * (-v * a + u * b) + u * (-v * b + u * c);
+    EXPECT_LE(std::fabs(u * u + v * v - 1), 4 * eps);
+    EXPECT_LE(std::fabs(d1 - rt1) + std::fabs(d2 - rt2) + std::fabs(off), 8 * eps * scale) << a << " " << b << " " << c;
   }
 }
 
+// [c s; -s c] (f; g) = (r; 0) with c >= 0 and r of f's sign, also near overflow and
+// underflow.
 TYPED_TEST(PlaneRotationTest, RotationGeneratorZeroesTheSecondComponent) {
   typedef TypeParam R;
   typedef long double W;
   const R huge = std::numeric_limits<R>::max() / 4, tiny = std::numeric_limits<R>::min() * 8;
-  const R small = std::numeric_limits<R>::min();
-  const R cases[][2] = {{3, 4},        {-3, 4},    {3, -4},     {0, 5},     {0, -5},    {5, 0},
-                        {-5, 0},       {huge, huge}, {huge, 1}, {1, huge},  {tiny, tiny}, {small, -tiny},
-                        {-huge, tiny}, {1e-3f, 1}};
-  const double eps = static_cast<double>(vrx_machine<R>::eps);
+  const R small = std::numeric_limits<R>::min(), eps = vrx_machine<R>::eps;
+  const R cases[][2] = {{3, 4},    {-3, 4},     {3, -4},       {0, 5},         {0, -5},      {5, 0},   {-5, 0},
+                        {huge, huge}, {huge, 1}, {1, huge},    {tiny, tiny},   {small, -tiny}, {-huge, tiny}, {R(1e-3), 1}};
   for (const auto& fg : cases) {
-    const R f = fg[0], g = fg[1];
+    const W f = fg[0], g = fg[1], size = std::hypot(f, g);
     R c, s, r;
-    vrx_lapack_lartg(f, g, &c, &s, &r);
-    EXPECT_GE(c, R(0));
+    vrx_lapack_lartg(fg[0], fg[1], &c, &s, &r);
+    EXPECT_GE(c, 0);
     EXPECT_LE(std::fabs(W(c) * c + W(s) * s - 1), 4 * eps) << f << " " << g;
-    const W size = std::hypot(W(f), W(g));
-    EXPECT_LE(std::fabs(std::fabs(W(r)) - size), 4 * eps * size) << f << " " << g;
-    EXPECT_LE(std::fabs(W(c) * f + W(s) * g - W(r)), 4 * eps * size) << f << " " << g;
-    EXPECT_LE(std::fabs(-W(s) * f + W(c) * g), 4 * eps * size) << f << " " << g;
-    if (f != 0) EXPECT_EQ(std::signbit(r), std::signbit(f)) << f << " " << g;
+    EXPECT_LE(std::fabs(c * f + s * g - r) + std::fabs(-s * f + c * g), 8 * eps * size) << f << " " << g;
+    if (f != 0) EXPECT_EQ(std::signbit(r), std::signbit(fg[0])) << f << " " << g;
   }
 }
 }  // namespace
