@@ -21,7 +21,7 @@ void vrx_lapack_rotations_apply(const char* side, const char* pivot, const char*
                                 vrx_int sweeps = 1, vrx_int ldcs = 0);
 
 // The same on the calling thread only: strips of the rows (side "R") or columns ("L"),
-// within a full strip the batch in wavefront order.
+// within each strip the sweeps of pivot "V" in wavefront order.
 template <typename T>
 void vrx_lapack_rotation_kernel(const char* side, const char* pivot, const char* direct, vrx_int m, vrx_int n,
                                 const vrx_real_t<T>* c, const vrx_real_t<T>* s, T* a, vrx_int lda,
