@@ -142,3 +142,28 @@ TEST(TrustRegionSubproblem, BoundedStepWithAbsentBoundsIsTheSolvesStep) {
     vrx_trnbc_delete(&h);
   }
 }
+
+// Two nearly equal columns: a pass ends with lambda > 0 and a step 7% inside the radius.
+// Nothing changes from then on, so the same pass repeats until the counter passes the
+// limit: code 1, with one step for every limit past that point.
+TEST(TrustRegionSubproblem, StepInsideTheRadiusWithPositiveLambdaRunsToTheLimit) {
+  const double j[8] = {0x1.27cfabe7c49fp-3, 0x1.1877e5c3501e4p-3, -0x1.60c5f3b7751b3p-3, -0x1.80cb0d8afa4cp-1,
+                       0x1.27cfabe7d26fp-3, 0x1.1877e5c36c555p-3, -0x1.60c5f3b7c6805p-3, -0x1.80cb0d8bc5baap-1};
+  const double f[4] = {0x1.c62a87b541b3cp-1, 0x1.98a77fc28682cp+0, -0x1.d87b4beae82a3p-1, 0x1.1c4e1653f9c6dp-1};
+  const double radius = 0x1.35d620a357dd3p+14;
+  std::vector<double> first;
+  double first_lambda = 0.0;
+  for (vrx_int limit : {2, 10, 50}) {
+    workspace w(2);
+    double lambda = -1.0;
+    EXPECT_EQ(vrx_trn_subproblem(2, 4, j, f, radius, &w.work, 1e-10, limit, &lambda), VRX_TRN_SUB_LIMIT) << limit;
+    EXPECT_GT(lambda, 0.0);
+    EXPECT_LT(norm(w.s), 0.99 * radius);
+    if (first.empty()) {
+      first = w.s, first_lambda = lambda;
+    } else {
+      EXPECT_EQ(w.s, first) << limit;
+      EXPECT_EQ(lambda, first_lambda);
+    }
+  }
+}
