@@ -75,3 +75,11 @@ void vrx_lapack_orgtr(const char* uplo, vrx_int n, T* a, vrx_int lda, const T* t
   if (m > 0) generate(upper, m, upper ? a : a + 1 + lda, lda, tau, work, lwork, info);
   work[0] = tr::make(static_cast<vrx_real_t<T>>(lwkopt), 0);
 }
+
+template void vrx_lapack_orgtr<float>(const char*, vrx_int, float*, vrx_int, const float*, float*, vrx_int, vrx_int*);
+template void vrx_lapack_orgtr<double>(const char*, vrx_int, double*, vrx_int, const double*, double*, vrx_int,
+                                       vrx_int*);
+template void vrx_lapack_orgtr<vrx_complex_float>(const char*, vrx_int, vrx_complex_float*, vrx_int,
+                                                  const vrx_complex_float*, vrx_complex_float*, vrx_int, vrx_int*);
+template void vrx_lapack_orgtr<vrx_complex_double>(const char*, vrx_int, vrx_complex_double*, vrx_int,
+                                                   const vrx_complex_double*, vrx_complex_double*, vrx_int, vrx_int*);

@@ -137,3 +137,31 @@ void vrx_lapack_syev(const char* jobz, const char* uplo, vrx_int n, T* a, vrx_in
   }
   work[0] = tr::make(static_cast<R>(plan.lwkopt), 0);
 }
+
+template void vrx_lapack_syev<float>(const char*, const char*, vrx_int, float*, vrx_int, float*, float*, vrx_int,
+                                     float*, vrx_int*);
+template void vrx_lapack_syev<double>(const char*, const char*, vrx_int, double*, vrx_int, double*, double*, vrx_int,
+                                      double*, vrx_int*);
+template void vrx_lapack_syev<vrx_complex_float>(const char*, const char*, vrx_int, vrx_complex_float*, vrx_int,
+                                                 float*, vrx_complex_float*, vrx_int, float*, vrx_int*);
+template void vrx_lapack_syev<vrx_complex_double>(const char*, const char*, vrx_int, vrx_complex_double*, vrx_int,
+                                                  double*, vrx_complex_double*, vrx_int, double*, vrx_int*);
+
+// ---- the engine's entries by precision letter ----
+void vrx_lapack_ssyev(const char* jobz, const char* uplo, const vrx_int* n, float* a, const vrx_int* lda, float* w,
+                      float* work, const vrx_int* lwork, vrx_int* info) {
+  vrx_lapack_syev(jobz, uplo, *n, a, *lda, w, work, *lwork, static_cast<float*>(nullptr), info);
+}
+void vrx_lapack_dsyev(const char* jobz, const char* uplo, const vrx_int* n, double* a, const vrx_int* lda, double* w,
+                      double* work, const vrx_int* lwork, vrx_int* info) {
+  vrx_lapack_syev(jobz, uplo, *n, a, *lda, w, work, *lwork, static_cast<double*>(nullptr), info);
+}
+void vrx_lapack_cheev(const char* jobz, const char* uplo, const vrx_int* n, vrx_complex_float* a, const vrx_int* lda,
+                      float* w, vrx_complex_float* work, const vrx_int* lwork, float* rwork, vrx_int* info) {
+  vrx_lapack_syev(jobz, uplo, *n, a, *lda, w, work, *lwork, rwork, info);
+}
+void vrx_lapack_zheev(const char* jobz, const char* uplo, const vrx_int* n, vrx_complex_double* a,
+                      const vrx_int* lda, double* w, vrx_complex_double* work, const vrx_int* lwork, double* rwork,
+                      vrx_int* info) {
+  vrx_lapack_syev(jobz, uplo, *n, a, *lda, w, work, *lwork, rwork, info);
+}
