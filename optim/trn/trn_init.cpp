@@ -1,6 +1,5 @@
 // Creation, report and end of a handle of the solver without bounds.
 #include "optim/trn/trn_records.h"
-#include "service/vrx_serv.h"
 
 namespace {
 // The blocks of a handle in the order they are taken.
@@ -32,12 +31,8 @@ int vrx_trn_init(vrx_trn_handle** handle, const vrx_int* n_, const vrx_int* m_, 
   state->w1 = static_cast<double*>(blocks[W1]);
   state->iter_rec = static_cast<vrx_int*>(blocks[ITER_REC]);
   state->res_rec = static_cast<double*>(blocks[RES_REC]);
-  // A caller that answers a fresh handle with request 1 finds phase 0: the "go on" road.
-  state->phase = 0;
-  vrx_trn_handle* block = static_cast<vrx_trn_handle*>(blocks[HANDLE]);
-  vrx_trn_start_records(block, state, n, m, x, eps, *iter1, *iter2, *rs);
-  *handle = block;
-  return VRX_TRN_SUCCESS;
+  return vrx_trn_start_records(handle, static_cast<vrx_trn_handle*>(blocks[HANDLE]), state, n, m, x, eps, *iter1,
+                               *iter2, *rs);
 }
 
 int vrx_trn_get(vrx_trn_handle** handle, vrx_int* iter, vrx_int* st_cr, double* r1, double* r2) {
@@ -49,8 +44,5 @@ int vrx_trn_delete(vrx_trn_handle** handle) {
   vrx_trn_state* state = static_cast<vrx_trn_state*>(block->state);
   void* const arrays[] = {state->s,  state->work_m, state->f_save, state->h,        state->l,
                           state->w2, state->g,      state->w1,     state->iter_rec, state->res_rec};
-  for (void* array : arrays) vrx_serv_free(array);
-  vrx_serv_free(state);
-  vrx_serv_free(block);
-  return VRX_TRN_SUCCESS;
+  return vrx_trn_free_handle(block, arrays, sizeof arrays / sizeof arrays[0]);
 }

@@ -21,3 +21,10 @@ int vrx_trn_take_blocks(void** blocks, const std::size_t* bytes, int count, int 
 void vrx_trn_free_blocks(void* const* blocks, int from, int to) {
   for (int i = to - 1; i >= from; --i) vrx_serv_free(blocks[i]);
 }
+
+int vrx_trn_free_handle(vrx_trn_handle* block, void* const* arrays, int count) {
+  for (int i = 0; i < count; ++i) vrx_serv_free(arrays[i]);
+  vrx_serv_free(block->state);
+  vrx_serv_free(block);
+  return VRX_TRN_SUCCESS;
+}

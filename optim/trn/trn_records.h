@@ -16,10 +16,14 @@ int vrx_trn_take_blocks(void** blocks, const std::size_t* bytes, int count, int 
 // Frees blocks [from, to) in reverse order.
 void vrx_trn_free_blocks(void* const* blocks, int from, int to);
 
-// Fills the records and the kept pointers shared by both states after a successful init.
+// delete: frees the arrays in the order given, then the state record and the handle block.
+int vrx_trn_free_handle(vrx_trn_handle* block, void* const* arrays, int count);
+
+// The end of a successful init: the records and kept pointers shared by both states, the
+// sizes in both records, and the handle written.
 template <class State>
-void vrx_trn_start_records(vrx_trn_handle* block, State* state, vrx_int n, vrx_int m, double* x, const double* eps,
-                           vrx_int iter1, vrx_int iter2, double rs) {
+int vrx_trn_start_records(vrx_trn_handle** handle, vrx_trn_handle* block, State* state, vrx_int n, vrx_int m, double* x,
+                          const double* eps, vrx_int iter1, vrx_int iter2, double rs) {
   state->iteration = 0;
   state->first = 1;
   state->iter_rec[VRX_TRN_ITER1] = iter1;
@@ -33,9 +37,13 @@ void vrx_trn_start_records(vrx_trn_handle* block, State* state, vrx_int n, vrx_i
   state->eps = eps;
   state->n = n;
   state->m = m;
+  // A caller that answers a fresh handle with request 1 finds phase 0: the "go on" road.
+  state->phase = 0;
   block->n = n;
   block->m = m;
   block->state = state;
+  *handle = block;
+  return VRX_TRN_SUCCESS;
 }
 
 // The report of get, at any time.

@@ -1,6 +1,5 @@
 // Creation, report and end of a handle of the solver with bounds.
 #include "optim/trn/trn_records.h"
-#include "service/vrx_serv.h"
 
 namespace {
 // The blocks of a handle in the order they are taken.
@@ -45,11 +44,8 @@ int vrx_trnbc_init(vrx_trn_handle** handle, const vrx_int* n_, const vrx_int* m_
   state->res_rec = static_cast<double*>(blocks[RES_REC]);
   state->lw = lw;
   state->up = up;
-  state->phase = 0;  // as in the solver without bounds
-  vrx_trn_handle* block = static_cast<vrx_trn_handle*>(blocks[HANDLE]);
-  vrx_trn_start_records(block, state, n, m, x, eps, *iter1, *iter2, *rs);
-  *handle = block;
-  return VRX_TRN_SUCCESS;
+  return vrx_trn_start_records(handle, static_cast<vrx_trn_handle*>(blocks[HANDLE]), state, n, m, x, eps, *iter1,
+                               *iter2, *rs);
 }
 
 int vrx_trnbc_get(vrx_trn_handle** handle, vrx_int* iter, vrx_int* st_cr, double* r1, double* r2) {
@@ -62,8 +58,5 @@ int vrx_trnbc_delete(vrx_trn_handle** handle) {
   void* const arrays[] = {state->s,  state->work_m, state->f_save, state->g,        state->h,
                           state->l,  state->l2,     state->jw,     state->w1,       state->w2,
                           state->w3, state->w4,     state->w5,     state->iter_rec, state->res_rec};
-  for (void* array : arrays) vrx_serv_free(array);
-  vrx_serv_free(state);
-  vrx_serv_free(block);
-  return VRX_TRN_SUCCESS;
+  return vrx_trn_free_handle(block, arrays, sizeof arrays / sizeof arrays[0]);
 }
