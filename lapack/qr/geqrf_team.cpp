@@ -87,17 +87,16 @@ void vrx_lapack_geqrf_team(vrx_int m, vrx_int n, T* a, vrx_int lda, T* tau, T* w
     return;
   }
 
-  vrx_geqrf_team_call<T> call{};
-  call.m = m;
-  call.n = n;
-  call.lda = lda;
-  call.a = a;
-  call.tau = tau;
-  call.b = plan.b;
-  call.sub = plan.ib < plan.b ? plan.ib : plan.b;
-  call.nblk = vrx_lapack_sched_block_count(n, plan.b);
-  call.npan = vrx_lapack_sched_panel_count(m, n, plan.b);
-  call.team_size = static_cast<int>(plan.team_size);
+  vrx_geqrf_team_call<T> call{.m = m,
+                              .n = n,
+                              .lda = lda,
+                              .a = a,
+                              .tau = tau,
+                              .b = plan.b,
+                              .sub = plan.ib < plan.b ? plan.ib : plan.b,
+                              .nblk = vrx_lapack_sched_block_count(n, plan.b),
+                              .npan = vrx_lapack_sched_panel_count(m, n, plan.b),
+                              .team_size = static_cast<int>(plan.team_size)};
   call.slot_rows = slot_rows<T>(m, plan.b, call.sub, call.npan);
   call.slot_elems = round_to_line<T>(call.slot_rows * plan.b + plan.b);
   call.team_elems = round_to_line<T>(call.team_size * call.slot_elems + call.slot_rows * plan.b);
