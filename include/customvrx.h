@@ -90,6 +90,19 @@ lapack_int LAPACKE_dpotrs(int matrix_layout, char uplo, lapack_int n, lapack_int
 lapack_int LAPACKE_spotrs(int matrix_layout, char uplo, lapack_int n, lapack_int nrhs, const float *a,
                           lapack_int lda, float *b, lapack_int ldb);
 
+/* ---- LAPACKE: least squares ----
+   op(A) X = B for an m by n A of full rank, trans 'N' or 'T' (either case). When op(A) has
+   at least as many rows as columns, X minimises ||B - op(A) X||_2; otherwise X is the
+   solution of least norm. B is max(m, n) by nrhs: its leading rows hold the right-hand
+   sides on entry and X on return, the rows below X the parts of the residual (their sum of
+   squares is its square norm). A returns its QR (m >= n) or LQ factors. Results as for the
+   LU members; above 0, the triangular factor is exactly zero at that diagonal position:
+   A is not of full rank and no solution is given. */
+lapack_int LAPACKE_dgels(int matrix_layout, char trans, lapack_int m, lapack_int n, lapack_int nrhs, double *a,
+                         lapack_int lda, double *b, lapack_int ldb);
+lapack_int LAPACKE_sgels(int matrix_layout, char trans, lapack_int m, lapack_int n, lapack_int nrhs, float *a,
+                         lapack_int lda, float *b, lapack_int ldb);
+
 /* ---- LAPACKE: symmetric eigenproblem ----
    All eigenvalues of the symmetric n by n matrix A, ascending in w, and for jobz 'V' the
    orthonormal eigenvectors in the columns of A (jobz 'N': eigenvalues only; either case).

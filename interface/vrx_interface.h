@@ -48,6 +48,17 @@ void SPOTRS(const char* uplo, const int* n, const int* nrhs, const float* a, con
 void spotrs(const char* uplo, const int* n, const int* nrhs, const float* a, const int* lda, float* b,
             const int* ldb, int* info);
 
+// Least-squares (op(A) of full column rank) or minimum-norm (full row rank) solution of
+// op(A) X = B, trans N or T; B has max(m, n) rows; lwork = -1 asks for the size in work[0].
+void DGELS(const char* trans, const int* m, const int* n, const int* nrhs, double* a, const int* lda, double* b,
+           const int* ldb, double* work, const int* lwork, int* info);
+void dgels(const char* trans, const int* m, const int* n, const int* nrhs, double* a, const int* lda, double* b,
+           const int* ldb, double* work, const int* lwork, int* info);
+void SGELS(const char* trans, const int* m, const int* n, const int* nrhs, float* a, const int* lda, float* b,
+           const int* ldb, float* work, const int* lwork, int* info);
+void sgels(const char* trans, const int* m, const int* n, const int* nrhs, float* a, const int* lda, float* b,
+           const int* ldb, float* work, const int* lwork, int* info);
+
 // Eigenvalues ascending in w and, for jobz V, the orthonormal eigenvectors in a, of the
 // symmetric matrix of which the uplo triangle is stored; lwork = -1 asks for the size.
 void DSYEV(const char* jobz, const char* uplo, const int* n, double* a, const int* lda, double* w, double* work,
@@ -101,4 +112,12 @@ inline void vrx_fortran_syev(const char* jobz, const char* uplo, const int* n, d
 inline void vrx_fortran_syev(const char* jobz, const char* uplo, const int* n, float* a, const int* lda, float* w,
                              float* work, const int* lwork, int* info) {
   SSYEV(jobz, uplo, n, a, lda, w, work, lwork, info);
+}
+inline void vrx_fortran_gels(const char* trans, const int* m, const int* n, const int* nrhs, double* a, const int* lda,
+                             double* b, const int* ldb, double* work, const int* lwork, int* info) {
+  DGELS(trans, m, n, nrhs, a, lda, b, ldb, work, lwork, info);
+}
+inline void vrx_fortran_gels(const char* trans, const int* m, const int* n, const int* nrhs, float* a, const int* lda,
+                             float* b, const int* ldb, float* work, const int* lwork, int* info) {
+  SGELS(trans, m, n, nrhs, a, lda, b, ldb, work, lwork, info);
 }

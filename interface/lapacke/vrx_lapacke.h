@@ -45,6 +45,10 @@ int LAPACKE_dpotrf_work(int layout, char uplo, int n, double* a, int lda);
 int LAPACKE_spotrf_work(int layout, char uplo, int n, float* a, int lda);
 int LAPACKE_dpotrs_work(int layout, char uplo, int n, int nrhs, const double* a, int lda, double* b, int ldb);
 int LAPACKE_spotrs_work(int layout, char uplo, int n, int nrhs, const float* a, int lda, float* b, int ldb);
+int LAPACKE_dgels_work(int layout, char trans, int m, int n, int nrhs, double* a, int lda, double* b, int ldb,
+                       double* work, int lwork);
+int LAPACKE_sgels_work(int layout, char trans, int m, int n, int nrhs, float* a, int lda, float* b, int ldb,
+                       float* work, int lwork);
 int LAPACKE_dsyev_work(int layout, char jobz, char uplo, int n, double* a, int lda, double* w, double* work,
                        int lwork);
 int LAPACKE_ssyev_work(int layout, char jobz, char uplo, int n, float* a, int lda, float* w, float* work, int lwork);
