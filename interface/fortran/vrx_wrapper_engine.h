@@ -14,6 +14,7 @@ struct vrx_wrapper_engine<double> {
   static constexpr vrx_potrf_fn_type<double>* potrf_host = vrx_lapack_dpotrf_host;
   static constexpr vrx_potrf_fn_type<double>* potrf_gate = vrx_lapack_DPOTRF;
   static constexpr vrx_potrs_fn_type<double>* potrs = vrx_lapack_dpotrs;
+  static constexpr vrx_gels_fn_type<double>* gels = vrx_lapack_dgels;
 };
 template <>
 struct vrx_wrapper_engine<float> {
@@ -23,4 +24,5 @@ struct vrx_wrapper_engine<float> {
   static constexpr vrx_potrf_fn_type<float>* potrf_host = vrx_lapack_spotrf_host;
   static constexpr vrx_potrf_fn_type<float>* potrf_gate = vrx_lapack_SPOTRF;
   static constexpr vrx_potrs_fn_type<float>* potrs = vrx_lapack_spotrs;
+  static constexpr vrx_gels_fn_type<float>* gels = vrx_lapack_sgels;
 };
