@@ -163,8 +163,10 @@ TYPED_TEST(HouseholderTest, LarfNegativeIncrementAndZeroTails) {
 
 // k reflectors of order nq in column form (each a full vector with its 1 and its zeros),
 // their taus, and V as LARFT and LARFB read it: columns, or rows holding the conjugates.
-// Every third reflector has a short support (trailing zeros forward, leading backward);
-// the fourth has tau = 0. Places never read (the unit, and the zeros beyond it) hold garbage.
+// Every other reflector has a short support (trailing zeros forward, leading backward),
+// starting with the first that LARFT meets, so that the reach of those before cuts the
+// products; every fourth has tau = 0. Places never read (the unit, and the zeros beyond
+// it) hold garbage.
 template <typename T>
 struct block_reflector {
   int64_t nq, k, ldv;
@@ -181,7 +183,7 @@ block_reflector<T> make_reflectors(int64_t nq, int64_t k, bool forward, bool row
   for (int64_t i = 0; i < k; ++i) {
     const int64_t unit = forward ? i : nq - k + i;
     int64_t lo = forward ? unit : 0, hi = forward ? nq : unit + 1;  // support [lo, hi)
-    if (i % 3 == 1) (forward ? hi : lo) = forward ? unit + 1 + (nq - unit - 1) / 2 : unit / 2;
+    if ((forward ? i : k - 2 - i) % 2 == 0) (forward ? hi : lo) = forward ? unit + 1 + (nq - unit - 1) / 2 : unit / 2;
     std::vector<T> vec(static_cast<std::size_t>(nq), T{});
     T alpha = vrx_test_value<T>(&state);
     std::vector<T> x;
