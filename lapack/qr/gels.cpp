@@ -6,36 +6,21 @@
 
 #include "blas/level2/level2_common.h"
 #include "lapack/aux/vrx_aux.h"
-#include "lapack/qr/vrx_qr.h"
+#include "lapack/qr/vrx_orthogonal.h"
 #include "lapack/solve/vrx_solve.h"
 
 namespace {
-// "ORMQR" for real data, "UNMQR" for complex: the family part of a product with Q.
-template <typename T>
-constexpr vrx_routine_name_buffer orthogonal_family(const char* tail) {
-  vrx_routine_name_buffer name = {};
-  name.text[0] = vrx_traits<T>::orthogonal[0];
-  name.text[1] = vrx_traits<T>::orthogonal[1];
-  for (int i = 0; i < 12 && tail[i]; ++i) name.text[i + 2] = tail[i];
-  return name;
-}
-
 // The largest block size the factorisation and the product with Q ask for: GEQRF and
 // ORMQR for m >= n, GELQF and ORMLQ otherwise, with the side and op of the product as
 // they will be called.
 template <typename T>
 vrx_int block_size(bool transposed, vrx_int m, vrx_int n, vrx_int nrhs) {
-  const char adjoint[] = {'L', vrx_traits<T>::adjoint, '\0'};
   if (m >= n) {
     const vrx_int nb = vrx_lapack_ilaenv<T>(1, "GEQRF", " ", m, n, -1, -1);
-    const vrx_int nb_q = vrx_lapack_ilaenv<T>(1, orthogonal_family<T>("MQR").text, transposed ? "LN" : adjoint, m,
-                                              nrhs, n, -1);
-    return std::max(nb, nb_q);
+    return std::max(nb, vrx_lapack_orm_key<T>(1, vrx_orm_problem{false, true, transposed, m, nrhs, n}));
   }
   const vrx_int nb = vrx_lapack_ilaenv<T>(1, "GELQF", " ", m, n, -1, -1);
-  const vrx_int nb_q =
-      vrx_lapack_ilaenv<T>(1, orthogonal_family<T>("MLQ").text, transposed ? adjoint : "LN", n, nrhs, m, -1);
-  return std::max(nb, nb_q);
+  return std::max(nb, vrx_lapack_orm_key<T>(1, vrx_orm_problem{true, true, !transposed, n, nrhs, m}));
 }
 
 // Numbers whose largest magnitude lies in [small, big] are factored as they stand; small is
