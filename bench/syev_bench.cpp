@@ -4,8 +4,9 @@
 // libraries. Each configuration (CPU type 7 or 0, one or two threads) runs in a child
 // process.
 //   syev_bench [--full]     jobz N and V at order 2000; --full adds jobz N at 4000
-// Prints "case ours best_peer ratio" with times in seconds (best of two runs after a
-// warm-up); the ratio is the best peer's time over ours, so above 1 means we are faster.
+// Prints "case ours best_peer ratio" with times in seconds (eigenvalues: best of two runs
+// after a warm-up; vectors: one run, the peers' take most of a minute); the ratio is the
+// best peer's time over ours, so above 1 means we are faster.
 #include <dlfcn.h>
 
 #include <cstdio>
@@ -39,6 +40,16 @@ struct contender {
   fortran_syev_fn syev;
 };
 
+// Best of two timed runs after a warm-up for eigenvalues, a single run for vectors.
+template <typename Restore, typename Call>
+double seconds_of(char jobz, Restore&& restore, Call&& call) {
+  if (jobz == 'N') return bench_best_restored(2, restore, call);
+  restore();
+  const double start = bench_now();
+  call();
+  return bench_now() - start;
+}
+
 double peer_seconds(const contender& c, char jobz, int n, const std::vector<double>& a0) {
   std::vector<double> a, w(n);
   const int lda = n, query = -1;
@@ -48,7 +59,7 @@ double peer_seconds(const contender& c, char jobz, int n, const std::vector<doub
   const int lwork = static_cast<int>(size);
   std::vector<double> work(static_cast<std::size_t>(lwork > 1 ? lwork : 1));
   bench_settle();
-  return bench_best_restored(2, [&] { a = a0; }, [&] {
+  return seconds_of(jobz, [&] { a = a0; }, [&] {
     c.syev(&jobz, "L", &n, a.data(), &lda, w.data(), work.data(), &lwork, &info, 1, 1);
   });
 }
@@ -56,7 +67,8 @@ double peer_seconds(const contender& c, char jobz, int n, const std::vector<doub
 void run(bool full, int type, int threads) {
   std::vector<contender> plain, two_stage;
   for (const bench_peer_library& library : bench_open_lapack_peers(threads)) {
-    if (auto fn = reinterpret_cast<fortran_syev_fn>(dlsym(library.handle, "dsyev_"))) plain.push_back({library.name, fn});
+    if (auto fn = reinterpret_cast<fortran_syev_fn>(dlsym(library.handle, "dsyev_")))
+      plain.push_back({library.name, fn});
     if (auto fn = reinterpret_cast<fortran_syev_fn>(dlsym(library.handle, "dsyev_2stage_")))
       two_stage.push_back({std::string(library.name) + " 2stage", fn});
   }
@@ -69,7 +81,7 @@ void run(bool full, int type, int threads) {
   for (const job& j : jobs) {
     const std::vector<double> a0 = symmetric_matrix(j.n);
     std::vector<double> a, w(j.n);
-    const double ours = bench_best_restored(2, [&] { a = a0; }, [&] {
+    const double ours = seconds_of(j.jobz, [&] { a = a0; }, [&] {
       LAPACKE_dsyev(LAPACK_COL_MAJOR, j.jobz, 'L', j.n, a.data(), j.n, w.data());
     });
     double best_peer = 0;
@@ -91,22 +103,4 @@ void run(bool full, int type, int threads) {
 }
 }  // namespace
 
-int main(int argc, char** argv) {
-  bool full = false, worker = false;
-  for (int i = 1; i < argc; ++i) {
-    if (!std::strcmp(argv[i], "--full")) full = true;
-    if (!std::strcmp(argv[i], "--worker")) worker = true;
-  }
-  if (worker) {
-    const char* forced = std::getenv("VRX_DEBUG_CPU_TYPE");
-    const char* count = std::getenv("VRX_NUM_THREADS");
-    run(full, forced ? std::atoi(forced) : 0, count ? std::atoi(count) : 1);
-    return 0;
-  }
-  std::printf("case ours best_peer ratio\n");
-  std::fflush(stdout);
-  std::vector<std::string> args = {"--worker"};
-  if (full) args.push_back("--full");
-  bench_rerun_per_type_and_threads(args);
-  return 0;
-}
+int main(int argc, char** argv) { return bench_main_per_type_and_threads(argc, argv, run); }

@@ -9,6 +9,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <ctime>
 
 namespace {
@@ -193,6 +194,26 @@ void bench_rerun_per_type_and_threads(const std::vector<std::string>& args) {
       std::fflush(stdout);
     }
   }
+}
+
+int bench_main_per_type_and_threads(int argc, char** argv, void (*run)(bool full, int type, int threads)) {
+  bool full = false, worker = false;
+  for (int i = 1; i < argc; ++i) {
+    if (!std::strcmp(argv[i], "--full")) full = true;
+    if (!std::strcmp(argv[i], "--worker")) worker = true;
+  }
+  if (worker) {
+    const char* forced = std::getenv("VRX_DEBUG_CPU_TYPE");
+    const char* count = std::getenv("VRX_NUM_THREADS");
+    run(full, forced ? std::atoi(forced) : 0, count ? std::atoi(count) : 1);
+    return 0;
+  }
+  std::printf("case ours best_peer ratio\n");
+  std::fflush(stdout);
+  std::vector<std::string> args = {"--worker"};
+  if (full) args.push_back("--full");
+  bench_rerun_per_type_and_threads(args);
+  return 0;
 }
 
 std::vector<bench_peer_library> bench_open_lapack_peers(int threads) {

@@ -121,3 +121,7 @@ std::string bench_rerun_self(const std::vector<std::string>& args, const std::ve
 // Runs this program again with `args` under CPU types 7 and 0 (those this processor can
 // run), each on one and two threads with VRX_DYNAMIC off, printing each child's output.
 void bench_rerun_per_type_and_threads(const std::vector<std::string>& args);
+// The main of such a bench: with --worker, run(full, type, threads) under the child's
+// CPU type and thread count; otherwise the "case ours best_peer ratio" header and the
+// reruns, --full handed on.
+int bench_main_per_type_and_threads(int argc, char** argv, void (*run)(bool full, int type, int threads));

@@ -1,4 +1,4 @@
-// Calls the LAPACKE entries and the LU and Cholesky wrappers in a process of its own, for
+// Calls the LAPACKE entries and the LU, Cholesky and eigen wrappers in a process of its own, for
 // verbose lines and refused memory.
 //   lapacke_driver [--allow N] command...
 // --allow N lets the pools' base allocator hand out N buffers, then refuse every one.
@@ -64,12 +64,23 @@ int call(const char* command, problem& p) {
     return LAPACKE_dpotrs(LAPACK_ROW_MAJOR, 'U', n, nrhs, p.a.data(), n, p.b.data(), nrhs);
   if (!std::strcmp(command, "spotrs-row"))
     return LAPACKE_spotrs(LAPACK_ROW_MAJOR, 'l', n, nrhs, p.a_single.data(), n, p.b_single.data(), nrhs);
+  // The symmetric eigenproblem reads one triangle of A; its eigenvalues go to b.
+  if (!std::strcmp(command, "dsyev-col"))
+    return LAPACKE_dsyev(LAPACK_COL_MAJOR, 'V', 'L', n, p.a.data(), n, p.b.data());
+  if (!std::strcmp(command, "dsyev-row"))
+    return LAPACKE_dsyev(LAPACK_ROW_MAJOR, 'N', 'U', n, p.a.data(), n, p.b.data());
+  if (!std::strcmp(command, "ssyev-row"))
+    return LAPACKE_ssyev(LAPACK_ROW_MAJOR, 'V', 'u', n, p.a_single.data(), n, p.b_single.data());
   int info = 0;
   if (!std::strcmp(command, "DGETRF-bad")) {
     const int m = -1;
     DGETRF(&m, &n, p.a.data(), &n, p.ipiv.data(), &info);
   } else if (!std::strcmp(command, "SPOTRF-bad")) {
     SPOTRF("X", &n, p.a_single.data(), &n, &info);
+  } else if (!std::strcmp(command, "DSYEV-bad")) {
+    double work[16];
+    const int lwork = 16;
+    DSYEV("X", "U", &n, p.a.data(), &n, p.b.data(), work, &lwork, &info);
   } else if (!std::strcmp(command, "DGETRI-query")) {
     double size = 0;
     const int lwork = -1;

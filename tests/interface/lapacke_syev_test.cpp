@@ -4,7 +4,8 @@
 // triangle that isn't stored comes back bit for bit, a NaN there included, which the
 // screening of the stored triangle lets through. A NaN in the stored triangle returns -5
 // in silence; the work layer's row-major lda check, the layout and the driver's own checks
-// print their lines.
+// print their lines. In child processes: a refused work array or copy, and the wrappers'
+// verbose lines.
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -111,7 +112,6 @@ void judge_vectors(const problem& p, int layout, const std::vector<T>& z_array, 
   EXPECT_LT(orthogonality / (n * eps), 30);
 }
 
-template <typename T>
 std::string printed_by(const std::function<void()>& call) {
   testing::internal::CaptureStdout();
   call();
@@ -196,7 +196,8 @@ TYPED_TEST(LapackeSyevTest, ChecksAndScreening) {
     if (c.nan_at >= 0) a[c.nan_at] = nan;
     const std::vector<T> before = a;
     int info = 0;
-    const std::string out = printed_by<T>([&] { info = syev(c.layout, c.jobz, c.uplo, c.n, a.data(), c.lda, w.data()); });
+    const std::string out =
+        printed_by([&] { info = syev(c.layout, c.jobz, c.uplo, c.n, a.data(), c.lda, w.data()); });
     EXPECT_EQ(info, c.info);
     EXPECT_EQ(out, c.line);
     EXPECT_EQ(std::memcmp(a.data(), before.data(), a.size() * sizeof(T)), 0);
@@ -212,7 +213,7 @@ TYPED_TEST(LapackeSyevTest, ChecksAndScreening) {
 namespace {
 std::string run_driver(const std::vector<std::string>& args,
                        const std::vector<std::pair<std::string, std::string>>& env = {}) {
-  const vrx_child_result r = vrx_test_run(vrx_test_driver("syev_driver"), args, env);
+  const vrx_child_result r = vrx_test_run(vrx_test_driver("lapacke_driver"), args, env);
   EXPECT_EQ(r.exit_status, 0) << r.output;
   return r.output;
 }

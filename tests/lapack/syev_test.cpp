@@ -399,7 +399,9 @@ TYPED_TEST(SyevTest, ReductionAndGeneratorChecks) {
     vrx_int info = 0;
     const std::string printed = vrx_test_printed_by([&] {
       if (c.generate) vrx_lapack_orgtr<T>(c.uplo, c.n, a.data(), c.lda, tau.data(), work.data(), c.lwork, &info);
-      else vrx_lapack_sytrd<T>(c.uplo, c.n, a.data(), c.lda, d.data(), e.data(), tau.data(), work.data(), c.lwork, &info);
+      else
+        vrx_lapack_sytrd<T>(c.uplo, c.n, a.data(), c.lda, d.data(), e.data(), tau.data(), work.data(), c.lwork,
+                            &info);
     });
     EXPECT_EQ(info, -c.position);
     EXPECT_EQ(printed, vrx_test_parameter_line(c.position, c.generate ? generator : reduction));
