@@ -8,8 +8,6 @@
 #include <dlfcn.h>
 
 #include <cstdio>
-#include <cstdlib>
-#include <cstring>
 #include <string>
 #include <vector>
 
@@ -79,22 +77,4 @@ void run(bool full, int type, int threads) {
 }
 }  // namespace
 
-int main(int argc, char** argv) {
-  bool full = false, worker = false;
-  for (int i = 1; i < argc; ++i) {
-    if (!std::strcmp(argv[i], "--full")) full = true;
-    if (!std::strcmp(argv[i], "--worker")) worker = true;
-  }
-  if (worker) {
-    const char* forced = std::getenv("VRX_DEBUG_CPU_TYPE");
-    const char* count = std::getenv("VRX_NUM_THREADS");
-    run(full, forced ? std::atoi(forced) : 0, count ? std::atoi(count) : 1);
-    return 0;
-  }
-  std::printf("case ours best_peer ratio\n");
-  std::fflush(stdout);
-  std::vector<std::string> args = {"--worker"};
-  if (full) args.push_back("--full");
-  bench_rerun_per_type_and_threads(args);
-  return 0;
-}
+int main(int argc, char** argv) { return bench_main_per_type_and_threads(argc, argv, run); }
