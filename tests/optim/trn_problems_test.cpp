@@ -167,3 +167,16 @@ TEST(TrustRegionProblems, LargeBoundedProblem) {
   for (int i = 0; i < p.n; i += 2) EXPECT_NEAR(r.x[i], 1.5, 1e-8) << i;
   EXPECT_TRUE(r.stayed_in_box);
 }
+
+// The bounded solver reads no iter2: its solve stops after 10 passes whatever the limit.
+TEST(TrustRegionProblems, BoundedSolverIgnoresIter2) {
+  const nls_problem rosenbrock = nls_problem_set()[0];
+  const double lw[2] = {-DBL_MAX, -DBL_MAX}, up[2] = {0.5, DBL_MAX};
+  nls_options one, many;
+  one.lw = many.lw = lw, one.up = many.up = up;
+  one.iter2 = 1, many.iter2 = 1000;
+  const nls_outcome a = nls_solve(rosenbrock, one), b = nls_solve(rosenbrock, many);
+  EXPECT_EQ(a.requests, b.requests);
+  EXPECT_EQ(a.x, b.x);
+  EXPECT_NEAR(a.final_norm, 0.5, 1e-8);
+}
