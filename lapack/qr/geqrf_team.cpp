@@ -6,7 +6,7 @@
 
 #include <initializer_list>
 
-#include "lapack/householder/vrx_householder.h"
+#include "lapack/qr/vrx_geqrf.h"
 #include "lapack/qr/vrx_geqrf_team.h"
 #include "lapack/qr/vrx_qr.h"
 #include "service/vrx_serv.h"
@@ -52,18 +52,10 @@ void release(buffers<T>* held) {
   if (held->own_factors && held->factors) vrx_serv_free(held->factors);
 }
 
-// For now the unblocked factorisation; the blocked sequential routine takes its place
-// once it is in the tree.
 template <typename T>
 void sequential(vrx_int m, vrx_int n, T* a, vrx_int lda, T* tau, T* work, vrx_int lwork, vrx_int* info) {
   vrx_lapack_geqrf_team_trace()->path = VRX_GEQRF_TEAM_SEQUENTIAL;
-  T* row_work = lwork >= n ? work : static_cast<T*>(vrx_serv_malloc(sizeof(T) * n, record_alignment));
-  if (!row_work) {
-    *info = -1002;
-    return;
-  }
-  vrx_lapack_geqr2<T>(m, n, a, lda, tau, row_work);
-  if (row_work != work) vrx_serv_free(row_work);
+  vrx_lapack_geqrf_seq<T>(m, n, a, lda, tau, work, lwork, info);
 }
 }  // namespace
 
@@ -145,7 +137,7 @@ void vrx_lapack_geqrf_team(vrx_int m, vrx_int n, T* a, vrx_int lda, T* tau, T* w
   vrx_lapack_panel_team_clear(&call.records[0].barrier, 1);
   vrx_lapack_laqrf_team(alone, m - j, n - j, a + j + j * lda, lda, tau + j, call.factors + call.npan * plan.b * plan.b,
                         plan.b);
-  const bool stop = vrx_lapack_geqrf_hook<T>(0, n);
+  const bool stop = vrx_lapack_geqrf_progress<T>(0, n);
   release(&held);
   if (!held.own_factors) work[0] = first_work;
   if (stop) *info = -1002;

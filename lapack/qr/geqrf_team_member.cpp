@@ -5,6 +5,7 @@
 // for the words to read 4 again. Members loop on those words until `status` is 3.
 #include <omp.h>
 
+#include "lapack/qr/vrx_geqrf.h"
 #include "lapack/qr/vrx_geqrf_team.h"
 #include "service/vrx_serv.h"
 
@@ -92,7 +93,7 @@ void command_team(vrx_geqrf_team_call<T>* call, const place& me, vrx_int command
 template <typename T>
 void after_panel(vrx_geqrf_team_call<T>* call, const place& me, vrx_int panel) {
   __atomic_add_fetch(&call->panels, 1, __ATOMIC_RELAXED);
-  if (vrx_lapack_geqrf_hook<T>(me.thread, panel * call->b)) __atomic_store_n(&call->error, 1, __ATOMIC_RELAXED);
+  if (vrx_lapack_geqrf_progress<T>(me.thread, panel * call->b)) __atomic_store_n(&call->error, 1, __ATOMIC_RELAXED);
 }
 
 template <typename T>
@@ -138,12 +139,6 @@ void set_up(vrx_geqrf_team_call<T>* call, int threads, int teams, int size) {
 }  // namespace
 
 template <typename T>
-bool vrx_lapack_geqrf_hook(int thread, vrx_int columns) {
-  const int step = static_cast<int>(columns);
-  return vrx_serv_progress(&thread, &step, vrx_routine_name<T>("GEQRF").text, 6) != 0;
-}
-
-template <typename T>
 void vrx_lapack_geqrf_team_region(vrx_geqrf_team_call<T>* call) {
   const int threads = omp_get_num_threads();
   place me = {omp_get_thread_num(), 0, 0, call->team_size};
@@ -168,11 +163,7 @@ void vrx_lapack_geqrf_team_region(vrx_geqrf_team_call<T>* call) {
     member_loop(call, me);
 }
 
-#define VRX_INSTANTIATE(T)                                                       \
-  template bool vrx_lapack_geqrf_hook<T>(int, vrx_int);                          \
-  template void vrx_lapack_geqrf_team_region<T>(vrx_geqrf_team_call<T>*);
-VRX_INSTANTIATE(float)
-VRX_INSTANTIATE(double)
-VRX_INSTANTIATE(vrx_complex_float)
-VRX_INSTANTIATE(vrx_complex_double)
-#undef VRX_INSTANTIATE
+template void vrx_lapack_geqrf_team_region<float>(vrx_geqrf_team_call<float>*);
+template void vrx_lapack_geqrf_team_region<double>(vrx_geqrf_team_call<double>*);
+template void vrx_lapack_geqrf_team_region<vrx_complex_float>(vrx_geqrf_team_call<vrx_complex_float>*);
+template void vrx_lapack_geqrf_team_region<vrx_complex_double>(vrx_geqrf_team_call<vrx_complex_double>*);

@@ -155,10 +155,6 @@ struct vrx_geqrf_team_call {
 template <typename T>
 void vrx_lapack_geqrf_team_region(vrx_geqrf_team_call<T>* call);
 
-// The progress hook after `columns` columns by the precision's "GEQRF"; true: stop.
-template <typename T>
-bool vrx_lapack_geqrf_hook(int thread, vrx_int columns);
-
 // ---- what the last call on this thread did, for tests ----
 enum : int {
   VRX_GEQRF_TEAM_NONE = 0,
