@@ -146,3 +146,23 @@ void vrx_lapack_gels(const char* trans, vrx_int m, vrx_int n, vrx_int nrhs, T* a
   if (scale_b != 0) vrx_lapack_lascl<T>("G", 0, 0, scale_b, norm_b, solution_rows, nrhs, b, ldb, &unused_info);
   set_size(work, size);
 }
+
+template void vrx_lapack_gels<float>(const char*, vrx_int, vrx_int, vrx_int, float*, vrx_int, float*, vrx_int, float*,
+                                     vrx_int, vrx_int*);
+template void vrx_lapack_gels<double>(const char*, vrx_int, vrx_int, vrx_int, double*, vrx_int, double*, vrx_int,
+                                      double*, vrx_int, vrx_int*);
+template void vrx_lapack_gels<vrx_complex_float>(const char*, vrx_int, vrx_int, vrx_int, vrx_complex_float*, vrx_int,
+                                                 vrx_complex_float*, vrx_int, vrx_complex_float*, vrx_int, vrx_int*);
+template void vrx_lapack_gels<vrx_complex_double>(const char*, vrx_int, vrx_int, vrx_int, vrx_complex_double*, vrx_int,
+                                                  vrx_complex_double*, vrx_int, vrx_complex_double*, vrx_int, vrx_int*);
+
+void vrx_lapack_sgels(const char* trans, const vrx_int* m, const vrx_int* n, const vrx_int* nrhs, float* a,
+                      const vrx_int* lda, float* b, const vrx_int* ldb, float* work, const vrx_int* lwork,
+                      vrx_int* info) {
+  vrx_lapack_gels(trans, *m, *n, *nrhs, a, *lda, b, *ldb, work, *lwork, info);
+}
+void vrx_lapack_dgels(const char* trans, const vrx_int* m, const vrx_int* n, const vrx_int* nrhs, double* a,
+                      const vrx_int* lda, double* b, const vrx_int* ldb, double* work, const vrx_int* lwork,
+                      vrx_int* info) {
+  vrx_lapack_gels(trans, *m, *n, *nrhs, a, *lda, b, *ldb, work, *lwork, info);
+}
