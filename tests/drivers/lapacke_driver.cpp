@@ -1,5 +1,5 @@
-// Calls the LAPACKE entries and the LU, Cholesky and eigen wrappers in a process of its own, for
-// verbose lines and refused memory.
+// Calls the LAPACKE entries and the LU, Cholesky, least-squares and eigen wrappers in a
+// process of its own, for verbose lines and refused memory.
 //   lapacke_driver [--allow N] command...
 // --allow N lets the pools' base allocator hand out N buffers, then refuse every one.
 // Each command prints "<command> result <info> untouched <1 when every caller array
@@ -71,6 +71,13 @@ int call(const char* command, problem& p) {
     return LAPACKE_dsyev(LAPACK_ROW_MAJOR, 'N', 'U', n, p.a.data(), n, p.b.data());
   if (!std::strcmp(command, "ssyev-row"))
     return LAPACKE_ssyev(LAPACK_ROW_MAJOR, 'V', 'u', n, p.a_single.data(), n, p.b_single.data());
+  // Least squares on the square system: its QR factorisation, then the solve.
+  if (!std::strcmp(command, "dgels-col"))
+    return LAPACKE_dgels(LAPACK_COL_MAJOR, 'N', n, n, nrhs, p.a.data(), n, p.b.data(), n);
+  if (!std::strcmp(command, "dgels-row"))
+    return LAPACKE_dgels(LAPACK_ROW_MAJOR, 'T', n, n, nrhs, p.a.data(), n, p.b.data(), nrhs);
+  if (!std::strcmp(command, "sgels-row"))
+    return LAPACKE_sgels(LAPACK_ROW_MAJOR, 'N', n, n, nrhs, p.a_single.data(), n, p.b_single.data(), nrhs);
   int info = 0;
   if (!std::strcmp(command, "DGETRF-bad")) {
     const int m = -1;
@@ -81,6 +88,14 @@ int call(const char* command, problem& p) {
     double work[16];
     const int lwork = 16;
     DSYEV("X", "U", &n, p.a.data(), &n, p.b.data(), work, &lwork, &info);
+  } else if (!std::strcmp(command, "DGELS-query")) {
+    double size = 0;
+    const int lwork = -1;
+    DGELS("N", &n, &n, &nrhs, p.a.data(), &n, p.b.data(), &n, &size, &lwork, &info);
+  } else if (!std::strcmp(command, "SGELS-short")) {
+    float work[3];
+    const int lwork = 3;
+    SGELS("N", &n, &n, &nrhs, p.a_single.data(), &n, p.b_single.data(), &n, work, &lwork, &info);
   } else if (!std::strcmp(command, "DGETRI-query")) {
     double size = 0;
     const int lwork = -1;
