@@ -5,8 +5,8 @@
 // block's columns at a second; everything else runs on own rows.
 #include <cmath>
 
-#include "blas/level2/level2_common.h"
 #include "lapack/qr/vrx_geqrf_team.h"
+#include "lapack/qr/vrx_reflector_parts.h"
 #include "lapack/vrx_lapack_blas.h"
 
 namespace {
@@ -21,73 +21,6 @@ template <typename T>
 T narrow(vrx_complex_double x) {
   typedef vrx_real_t<T> R;
   return vrx_traits<T>::make(static_cast<R>(x.re), static_cast<R>(x.im));
-}
-
-// The scaled sum of squares: scale * sqrt(ssq) without overflow or underflow.
-void add_square(double x, vrx_geqrf_norm_part* part) {
-  if (x == 0) return;
-  const double ax = std::fabs(x);
-  if (part->scale < ax) {
-    const double r = part->scale / ax;
-    part->ssq = 1 + part->ssq * r * r;
-    part->scale = ax;
-  } else {
-    const double r = ax / part->scale;
-    part->ssq += r * r;
-  }
-}
-void add_part(const vrx_geqrf_norm_part& from, vrx_geqrf_norm_part* to) {
-  if (from.scale == 0) return;
-  if (to->scale < from.scale) {
-    const double r = to->scale / from.scale;
-    to->ssq = from.ssq + to->ssq * r * r;
-    to->scale = from.scale;
-  } else {
-    const double r = from.scale / to->scale;
-    to->ssq += from.ssq * r * r;
-  }
-}
-
-// The reflector H with H^H (alpha; x) = (beta; 0), from alpha and the norm of x as the
-// published generator makes it: a beta below the safe minimum over eps is rescaled up
-// to 20 times by its inverse.
-template <typename T>
-struct reflector {
-  bool identity;  // tau = 0: nothing changes
-  T tau;
-  T factor;       // x is multiplied by the inverse safe minimum `rescales` times, then by this
-  int rescales;
-  vrx_real_t<T> beta;
-};
-
-template <typename T>
-reflector<T> generate(T alpha, vrx_real_t<T> xnorm) {
-  typedef vrx_real_t<T> R;
-  typedef vrx_traits<T> tr;
-  reflector<T> h = {false, tr::make(0, 0), tr::make(0, 0), 0, 0};
-  R ar = tr::real_part(alpha), ai = tr::imag_part(alpha);
-  if (xnorm == 0 && ai == 0) {
-    h.identity = true;
-    h.beta = ar;
-    return h;
-  }
-  const R safmin = vrx_machine<R>::sfmin / vrx_machine<R>::eps, rsafmn = 1 / safmin;
-  R beta = -std::copysign(std::hypot(ar, ai, xnorm), ar);
-  if (std::fabs(beta) < safmin) {
-    do {
-      ++h.rescales;
-      beta *= rsafmn;
-      ar *= rsafmn;
-      ai *= rsafmn;
-      xnorm *= rsafmn;
-    } while (std::fabs(beta) < safmin && h.rescales < 20);
-    beta = -std::copysign(std::hypot(ar, ai, xnorm), ar);
-  }
-  h.tau = tr::make((beta - ar) / beta, -ai / beta);
-  h.factor = vrx_l2_divide(tr::make(1, 0), tr::make(ar - beta, ai));
-  for (int i = 0; i < h.rescales; ++i) beta *= safmin;
-  h.beta = beta;
-  return h;
 }
 
 template <typename T>
@@ -119,23 +52,20 @@ void leaf(const vrx_geqrf_member<T>& me, vrx_int top, vrx_int rows, vrx_int cols
     T* column = a + c * lda;
     const bool owns_diagonal = lo <= c && c < hi;
     const vrx_int below = lo > c + 1 ? lo : c + 1;
-    vrx_geqrf_norm_part part = {0, 1};
-    for (vrx_int r = below; r < hi; ++r) {
-      add_square(tr::real_part(column[r]), &part);
-      if (vrx_is_complex<T>) add_square(tr::imag_part(column[r]), &part);
-    }
-    record->norms[me.rank] = part;
+    const vrx_scaled_sum<R> part = vrx_sum_of_squares(hi - below, column + below);
+    record->norms[me.rank] = {static_cast<double>(part.scale), static_cast<double>(part.ssq)};
     if (owns_diagonal) record->alpha = widen(column[c]);
     vrx_lapack_team_flag_step(&record->barrier, me.rank, me.size);
 
-    vrx_geqrf_norm_part total = {0, 1};
-    for (int i = 0; i < me.size; ++i) add_part(record->norms[i], &total);
-    const reflector<T> h = generate(narrow<T>(record->alpha), static_cast<R>(total.scale * std::sqrt(total.ssq)));
+    vrx_scaled_sum<double> total = {0, 1};
+    for (int i = 0; i < me.size; ++i) vrx_scaled_sum_add(&total, record->norms[i].scale, record->norms[i].ssq);
+    const vrx_reflector_scalars<T> h =
+        vrx_reflector_from_norm(narrow<T>(record->alpha), static_cast<R>(total.scale * std::sqrt(total.ssq)));
     if (me.rank == 0) tau[c] = h.tau;
     if (!h.identity) {
       for (vrx_int r = below; r < hi; ++r) {
         T x = column[r];
-        for (int k = 0; k < h.rescales; ++k) x = tr::scale(rsafmn, x);
+        for (int k = 0; k < h.steps; ++k) x = tr::scale(rsafmn, x);
         column[r] = x * h.factor;
       }
       if (owns_diagonal) column[c] = tr::make(h.beta, 0);
