@@ -5,7 +5,7 @@
 //   geqrf_driver stop     a progress hook that asks to stop once `step` reaches 1 and once
 //                         it reaches 50, on 300 by 200: prints the path, info and the hook's
 //                         stage text
-//   geqrf_driver refused  200 by 200 with the service's base allocator refusing: prints the
+//   geqrf_driver refused  120 by 120 with the service's base allocator refusing: prints the
 //                         path and whether the call fell back
 // Every factorisation is judged by ||A - QR|| and ||I - Q^H Q|| below 30 (not for stops).
 // Prints "ok" and exits 0, or what went wrong and exits 1.
@@ -75,7 +75,7 @@ void run(const std::string& mode) {
                   (long long)info, hook_stage);
     }
   } else if (mode == "refused") {
-    factor<T>(200, 200, true);
+    factor<T>(120, 120, true);
     const vrx_geqrf_trace* t = vrx_lapack_geqrf_trace();
     std::printf("%c path %d fallback %d\n", letter, t->path, t->fallback);
   }
