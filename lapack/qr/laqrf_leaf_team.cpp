@@ -13,93 +13,15 @@
 
 #include <cmath>
 
-#include "blas/level2/level2_common.h"
 #include "blas/vrx_level12.h"
 #include "lapack/qr/vrx_geqrf.h"
+#include "lapack/qr/vrx_reflector_parts.h"
 #include "lapack/sched/vrx_team_sync.h"
 #include "lapack/vrx_lapack_blas.h"
 #include "service/vrx_spin_barrier.h"
 
 namespace {
 constexpr vrx_int widest_leaf = 256;
-
-// A norm as scale * sqrt(ssq); scale 0 means zero.
-template <typename R>
-struct scaled_sum {
-  R scale;
-  R ssq;
-};
-
-template <typename R>
-void add_scaled(scaled_sum<R>* s, R scale, R ssq) {
-  if (scale == 0) return;
-  if (s->scale < scale) {
-    const R q = s->scale / scale;
-    s->ssq = ssq + s->ssq * q * q;
-    s->scale = scale;
-  } else {
-    const R q = scale / s->scale;
-    s->ssq += ssq * q * q;
-  }
-}
-
-// The sum of squares of count elements: the plain kernel when its result can be trusted
-// (finite, and far enough above the underflow threshold), else element by element with
-// a running scale.
-template <typename T>
-scaled_sum<vrx_real_t<T>> sum_of_squares(vrx_int count, const T* x) {
-  typedef vrx_real_t<T> R;
-  scaled_sum<R> s = {0, 1};
-  if (count <= 0) return s;
-  const R plain = vrx_blas_level1<T>()->sumsq(count, x);
-  if (std::isfinite(plain) && plain >= vrx_machine<R>::sfmin / vrx_machine<R>::eps) return {1, plain};
-  for (vrx_int i = 0; i < count; ++i) {
-    const R parts[2] = {vrx_traits<T>::real_part(x[i]), vrx_traits<T>::imag_part(x[i])};
-    for (R v : parts)
-      if (v != 0 || v != v) add_scaled<R>(&s, std::fabs(v), 1);
-  }
-  return s;
-}
-
-// One reflector from alpha and the norm of the rest, as LARFG builds it: x is to be
-// scaled `steps` times by 1 / (safe minimum / eps), then by `factor`.
-template <typename T>
-struct reflector {
-  T tau;
-  T factor;
-  vrx_real_t<T> beta;
-  int steps;
-  bool identity;
-};
-
-template <typename T>
-reflector<T> make_reflector(T alpha, vrx_real_t<T> xnorm) {
-  typedef vrx_real_t<T> R;
-  typedef vrx_traits<T> tr;
-  reflector<T> h = {};
-  R ar = tr::real_part(alpha), ai = tr::imag_part(alpha);
-  if (xnorm == 0 && ai == 0) {
-    h.identity = true;
-    return h;
-  }
-  R beta = -std::copysign(std::hypot(ar, ai, xnorm), ar);
-  const R safe_min = vrx_machine<R>::sfmin / vrx_machine<R>::eps, up = 1 / safe_min;
-  if (std::fabs(beta) < safe_min) {
-    do {
-      ++h.steps;
-      beta *= up;
-      ar *= up;
-      ai *= up;
-      xnorm *= up;
-    } while (std::fabs(beta) < safe_min && h.steps < 20);
-    beta = -std::copysign(std::hypot(ar, ai, xnorm), ar);
-  }
-  h.tau = tr::make((beta - ar) / beta, -ai / beta);
-  h.factor = vrx_l2_divide(tr::make(1, 0), tr::make(ar - beta, ai));
-  for (int s = 0; s < h.steps; ++s) beta *= safe_min;
-  h.beta = beta;
-  return h;
-}
 
 template <typename T>
 struct leaf_region {
@@ -109,7 +31,7 @@ struct leaf_region {
   T* t;
   T* own;    // thread 0's partial product, n elements
   T* work;   // the other threads' partial products, n each
-  scaled_sum<vrx_real_t<T>>* sums;
+  vrx_scaled_sum<vrx_real_t<T>>* sums;
   vrx_serv_spin_barrier barrier;
   int size;
 };
@@ -134,12 +56,12 @@ void leaf_body(leaf_region<T>* r) {
     const vrx_int lo = r0 > i + 1 ? r0 : i + 1;  // own rows of v below its diagonal
     const vrx_int count = r1 > lo ? r1 - lo : 0;
     const bool diagonal_row = r0 <= i && i < r1;
-    r->sums[id] = sum_of_squares(count, col + lo);
+    r->sums[id] = vrx_sum_of_squares(count, col + lo);
     vrx_serv_spin_barrier_wait(&r->barrier, id, size);
 
-    scaled_sum<R> total = {0, 1};
-    for (int p = 0; p < size; ++p) add_scaled(&total, r->sums[p].scale, r->sums[p].ssq);
-    const reflector<T> h = make_reflector(col[i], total.scale * std::sqrt(total.ssq));
+    vrx_scaled_sum<R> total = {0, 1};
+    for (int p = 0; p < size; ++p) vrx_scaled_sum_add(&total, r->sums[p].scale, r->sums[p].ssq);
+    const vrx_reflector_scalars<T> h = vrx_reflector_from_norm(col[i], total.scale * std::sqrt(total.ssq));
     if (!h.identity) {
       for (int s = 0; s < h.steps; ++s) l1->scal(count, tr::make(up, 0), col + lo);
       l1->scal(count, h.factor, col + lo);
@@ -197,7 +119,7 @@ void vrx_lapack_laqrf_leaf_team(vrx_int m, vrx_int n, T* a, vrx_int lda, T* tau,
   if (m <= 0 || n <= 0 || n > widest_leaf) return;
   if (threads > vrx_lapack_team_max_members) threads = vrx_lapack_team_max_members;
   T own[widest_leaf];
-  scaled_sum<R> sums[vrx_lapack_team_max_members];
+  vrx_scaled_sum<R> sums[vrx_lapack_team_max_members];
   leaf_region<T> region = {m, n, lda, ldt, a, tau, t, own, work, sums, {}, 1};
   vrx_serv_spin_barrier_reset(&region.barrier);
 #pragma omp parallel num_threads(threads)
