@@ -9,13 +9,12 @@
 #include <cstring>
 #include <functional>
 #include <limits>
-#include <regex>
 #include <string>
 #include <vector>
 
 #include "include/customvrx.h"
 #include "interface/lapacke/vrx_lapacke.h"
-#include "support/child_process.h"
+#include "support/lapacke_driver_run.h"
 #include "support/least_squares_check.h"
 
 namespace {
@@ -206,21 +205,12 @@ TEST(LapackeGelsChecks, EveryCheckInOrder) {
   EXPECT_EQ(LAPACKE_dgels(C, 'N', 4, 3, 1, x.a.data(), 4, x.b.data(), 5), 0);
 }
 
-namespace {
-std::string run_driver(const std::vector<std::string>& args,
-                       const std::vector<std::pair<std::string, std::string>>& env = {}) {
-  const vrx_child_result r = vrx_test_run(vrx_test_driver("lapacke_driver"), args, env);
-  EXPECT_EQ(r.exit_status, 0) << r.output;
-  return r.output;
-}
-}  // namespace
-
 TEST(LapackeGelsMemory, RefusedWorkArrayAndCopiesGiveTheirCodeAndText) {
-  EXPECT_EQ(run_driver({"--allow", "0", "dgels-col"}),
+  EXPECT_EQ(vrx_test_lapacke_driver({"--allow", "0", "dgels-col"}),
             "Not enough memory to allocate work array in LAPACKE_dgels\ndgels-col result -1010 untouched 1\n");
-  EXPECT_EQ(run_driver({"--allow", "1", "dgels-row"}),
+  EXPECT_EQ(vrx_test_lapacke_driver({"--allow", "1", "dgels-row"}),
             "Not enough memory to transpose matrix in LAPACKE_dgels_work\ndgels-row result -1011 untouched 1\n");
-  EXPECT_EQ(run_driver({"--allow", "2", "sgels-row"}),
+  EXPECT_EQ(vrx_test_lapacke_driver({"--allow", "2", "sgels-row"}),
             "Not enough memory to transpose matrix in LAPACKE_sgels_work\nsgels-row result -1011 untouched 1\n");
 }
 
@@ -229,25 +219,14 @@ TEST(LapackeGelsMemory, RefusedWorkArrayAndCopiesGiveTheirCodeAndText) {
 // workspace too short, reported before its line.
 TEST(LapackeGelsVerbose, OneLinePerWrapperCall) {
   const std::string text =
-      run_driver({"dgels-col", "sgels-row", "DGELS-query", "SGELS-short"}, {{"VRX_VERBOSE", "1"}});
-  const std::string p = R"((?:0x[0-9a-f]+|\(nil\)))", t = R"( (?:\d+\.\d\d(?:s|ms|us)|\d+ns) CNR:\S+ Dyn:\d FastMM:\d TID:0  NThr:.*)";
-  const std::string lines[] = {
-      "DGELS\\(N,4,4,2," + p + ",4," + p + ",4," + p + ",-1,0\\)",
-      "DGELS\\(N,4,4,2," + p + ",4," + p + ",4," + p + ",\\d+,0\\)",
-      "SGELS\\(N,4,4,2," + p + ",4," + p + ",4," + p + ",-1,0\\)",
-      "SGELS\\(N,4,4,2," + p + ",4," + p + ",4," + p + ",\\d+,0\\)",
-      "DGELS\\(N,4,4,2," + p + ",4," + p + ",4," + p + ",-1,0\\)",
-      "SGELS\\(N,4,4,2," + p + ",4," + p + ",4," + p + ",3,-10\\)",
+      vrx_test_lapacke_driver({"dgels-col", "sgels-row", "DGELS-query", "SGELS-short"}, {{"VRX_VERBOSE", "1"}});
+  const std::vector<std::string> calls = {
+      "DGELS(N,4,4,2,P,4,P,4,P,-1,0)", "DGELS(N,4,4,2,P,4,P,4,P,#,0)", "SGELS(N,4,4,2,P,4,P,4,P,-1,0)",
+      "SGELS(N,4,4,2,P,4,P,4,P,#,0)",  "DGELS(N,4,4,2,P,4,P,4,P,-1,0)", "SGELS(N,4,4,2,P,4,P,4,P,3,-10)",
   };
-  std::vector<std::string> verbose;
-  std::size_t from = 0;
-  for (std::size_t to; (to = text.find('\n', from)) != std::string::npos; from = to + 1) {
-    const std::string line = text.substr(from, to - from);
-    if (line.rfind("VRX_VERBOSE ", 0) == 0 && line.rfind("VRX_VERBOSE customvrx", 0) != 0) verbose.push_back(line);
-  }
-  ASSERT_EQ(verbose.size(), std::size(lines)) << text;
-  for (std::size_t i = 0; i < verbose.size(); ++i)
-    EXPECT_TRUE(std::regex_match(verbose[i], std::regex("VRX_VERBOSE " + lines[i] + t))) << verbose[i];
+  const std::vector<std::string> lines = vrx_test_verbose_calls(text);
+  ASSERT_EQ(lines.size(), calls.size()) << text;
+  for (std::size_t i = 0; i < calls.size(); ++i) EXPECT_TRUE(vrx_test_verbose_matches(lines[i], calls[i])) << lines[i];
   const std::size_t report = text.find("\nArdix VRX ERROR: Parameter 10 was incorrect on entry to SGELS.\n");
   ASSERT_NE(report, std::string::npos) << text;
   EXPECT_LT(report, text.find("VRX_VERBOSE SGELS(N,4,4,2,", text.find("DGELS-query")));
