@@ -4,14 +4,13 @@
 // against one sweep at a time. Each configuration (CPU type 7 or 0, one or two threads)
 // runs in a child process.
 //   steqr_bench [--full]    order 1000; --full adds 2000
-// Prints "case ours other ratio" with times in seconds (best of two runs after a
-// warm-up); the ratio is the other's time over ours, so above 1 means we are faster.
+// Prints "case ours best_peer ratio" with times in seconds (best of two runs after a
+// warm-up), the one-sweep-at-a-time engine standing as the peer of the batch; the ratio
+// is the peer's time over ours, so above 1 means we are faster.
 #include <dlfcn.h>
 
 #include <cmath>
 #include <cstdio>
-#include <cstdlib>
-#include <cstring>
 #include <string>
 #include <vector>
 
@@ -78,22 +77,4 @@ void run(bool full, int type, int threads) {
 }
 }  // namespace
 
-int main(int argc, char** argv) {
-  bool full = false, worker = false;
-  for (int i = 1; i < argc; ++i) {
-    if (!std::strcmp(argv[i], "--full")) full = true;
-    if (!std::strcmp(argv[i], "--worker")) worker = true;
-  }
-  if (worker) {
-    const char* forced = std::getenv("VRX_DEBUG_CPU_TYPE");
-    const char* count = std::getenv("VRX_NUM_THREADS");
-    run(full, forced ? std::atoi(forced) : 0, count ? std::atoi(count) : 1);
-    return 0;
-  }
-  std::printf("case ours other ratio\n");
-  std::fflush(stdout);
-  std::vector<std::string> args = {"--worker"};
-  if (full) args.push_back("--full");
-  bench_rerun_per_type_and_threads(args);
-  return 0;
-}
+int main(int argc, char** argv) { return bench_main_per_type_and_threads(argc, argv, run); }
