@@ -36,7 +36,19 @@ void vrx_lapack_sbrdb(const char* vect, const char* uplo, vrx_int n, vrx_int kd,
   work[0] = tr::make(static_cast<vrx_real_t<T>>(answer), 0);
   if (query || n == 0) return;
   if (vrx_l2_letter(vect, "V")) vrx_lapack_laset<T>("Full", n, n, T{}, tr::make(1, 0), q, ldq);
-  vrx_lapack_sbrdb_seq<T>(vrx_l2_letter(uplo, "U"), n, kd, ab, ldab, d, e, vectors ? q : nullptr, ldq, work);
+  const bool upper = vrx_l2_letter(uplo, "U");
+  T* const qv = vectors ? q : nullptr;
+  // The sweeps run side by side for the lower triangle when a chase has blocks to pass.
+  int sequential = 1;
+  vrx_lapack_sbrdb_trace()->region_threads = 0;
+  if (!upper && kd > 1 && n > 3 && threads > 1) {
+    sequential = vrx_lapack_sbrdb_parallel<T>(false, n, kd, ab, ldab, d, e, qv, ldq, threads < n - 2 ? threads : static_cast<int>(n - 2));
+    if (sequential == -100) {
+      *info = -100;
+      return;
+    }
+  }
+  if (sequential) vrx_lapack_sbrdb_seq<T>(upper, n, kd, ab, ldab, d, e, qv, ldq, work);
   work[0] = tr::make(static_cast<vrx_real_t<T>>(answer), 0);
 }
 

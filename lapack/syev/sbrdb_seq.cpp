@@ -9,6 +9,7 @@
 #include "lapack/householder/vrx_householder.h"
 #include "lapack/syev/vrx_band_reduction.h"
 #include "lapack/syev/vrx_sytrd.h"
+#include "service/vrx_verbose.h"
 
 namespace {
 template <typename T>
@@ -69,7 +70,51 @@ vrx_int step(const band_matrix<T>& b, vrx_int n, vrx_int kd, vrx_int c, vrx_int 
   if (q) vrx_lapack_larf<T>("R", n, m, v, 1, tau, q + r * ldq, ldq, x);
   return below;
 }
+
+// Waits until sweep `before` has passed row `row` (pos[before] >= row); the clock read
+// is the pause of the spin.
+inline void wait_for(const vrx_int* pos, vrx_int before, vrx_int row) {
+  while (__atomic_load_n(pos + before, __ATOMIC_ACQUIRE) < row) vrx_serv_second();
+}
 }  // namespace
+
+template <typename T>
+void vrx_lapack_sbrdb_clear(bool upper, vrx_int n, vrx_int kd, T* ab, vrx_int ldab) {
+  if (kd == 0 || n < 2) return;
+  const band_matrix<T> b = {upper ? ab + 2 * kd - 1 : ab, ldab - 1, upper};
+  for (vrx_int q = 0; q < n; ++q)
+    for (vrx_int p = q + kd + 1; p < n && p < q + 2 * kd; ++p) b.set_lower(p, q, T{});
+}
+
+template <typename T>
+void vrx_lapack_sbrdb_sweep(bool upper, vrx_int n, vrx_int kd, T* ab, vrx_int ldab, vrx_real_t<T>* d,
+                            vrx_real_t<T>* e, T* q, vrx_int ldq, T* work, vrx_int i, vrx_int* pos) {
+  typedef vrx_traits<T> tr;
+  const band_matrix<T> b = {upper ? ab + 2 * kd - 1 : ab, ldab - 1, upper};
+  const vrx_int width = kd < n - 1 ? kd : n - 1;
+  T* v = work;
+  T* x = work + width;
+  vrx_int c = i, r = i + 1, m = width < n - 1 - i ? width : n - 1 - i;
+  // A step (c, r, m) touches rows and columns c .. r + m + below - 1 and nothing before c
+  // afterwards: the sweep ahead must have left that range first.
+  const auto reach = [n, width](vrx_int r, vrx_int m) { return r + m + (width < n - r - m ? width : n - r - m); };
+  if (pos && i > 0) wait_for(pos, i - 1, reach(r, m));
+  T beta;
+  vrx_int below = step(b, n, width, c, r, m, true, q, ldq, v, x, &beta);
+  e[i] = tr::real_part(beta);
+  d[i] = tr::real_part(b.at(i, i));
+  while (below > 1) {
+    c = r;
+    r += m;
+    m = below;
+    if (pos) {
+      __atomic_store_n(pos + i, c, __ATOMIC_RELEASE);
+      if (i > 0) wait_for(pos, i - 1, reach(r, m));
+    }
+    below = step(b, n, width, c, r, m, false, q, ldq, v, x, &beta);
+  }
+  if (pos) __atomic_store_n(pos + i, n, __ATOMIC_RELEASE);
+}
 
 template <typename T>
 void vrx_lapack_sbrdb_seq(bool upper, vrx_int n, vrx_int kd, T* ab, vrx_int ldab, vrx_real_t<T>* d,
@@ -82,31 +127,23 @@ void vrx_lapack_sbrdb_seq(bool upper, vrx_int n, vrx_int kd, T* ab, vrx_int ldab
     for (vrx_int i = 0; i + 1 < n; ++i) e[i] = 0;
     return;
   }
-  const band_matrix<T> b = {upper ? ab + 2 * kd - 1 : ab, ldab - 1, upper};
-  const vrx_int width = kd < n - 1 ? kd : n - 1;
   // The rows beyond the band hold bulges while they pass; they start as zeros whatever
-  // the caller left there.
-  for (vrx_int q = 0; q < n; ++q)
-    for (vrx_int p = q + kd + 1; p < n && p < q + 2 * kd; ++p) b.set_lower(p, q, T{});
-  T* v = work;
-  T* x = work + width;
-  // n - 1 sweeps: the last one only makes the last off-diagonal element real (Hermitian
-  // data; for real data its reflector is the identity).
-  for (vrx_int i = 0; i < n - 1; ++i) {
-    vrx_int c = i, r = i + 1, m = width < n - 1 - i ? width : n - 1 - i;
-    T beta;
-    vrx_int below = step(b, n, width, c, r, m, true, q, ldq, v, x, &beta);
-    e[i] = tr::real_part(beta);
-    while (below > 1) {
-      c = r;
-      r += m;
-      m = below;
-      below = step(b, n, width, c, r, m, false, q, ldq, v, x, &beta);
-    }
-    d[i] = tr::real_part(b.at(i, i));
-  }
-  d[n - 1] = tr::real_part(b.at(n - 1, n - 1));
+  // the caller left there. n - 1 sweeps: the last one only makes the last off-diagonal
+  // element real (Hermitian data; for real data its reflector is the identity).
+  vrx_lapack_sbrdb_clear<T>(upper, n, kd, ab, ldab);
+  for (vrx_int i = 0; i < n - 1; ++i) vrx_lapack_sbrdb_sweep<T>(upper, n, kd, ab, ldab, d, e, q, ldq, work, i, nullptr);
+  d[n - 1] = tr::real_part(ab[(upper ? 2 * kd - 1 : 0) + (n - 1) * ldab]);
 }
+
+#define VRX_SBRDB_SWEEP_INSTANCE(T)                                                                                \
+  template void vrx_lapack_sbrdb_clear<T>(bool, vrx_int, vrx_int, T*, vrx_int);                                  \
+  template void vrx_lapack_sbrdb_sweep<T>(bool, vrx_int, vrx_int, T*, vrx_int, vrx_real_t<T>*, vrx_real_t<T>*, T*, \
+                                          vrx_int, T*, vrx_int, vrx_int*);
+VRX_SBRDB_SWEEP_INSTANCE(float)
+VRX_SBRDB_SWEEP_INSTANCE(double)
+VRX_SBRDB_SWEEP_INSTANCE(vrx_complex_float)
+VRX_SBRDB_SWEEP_INSTANCE(vrx_complex_double)
+#undef VRX_SBRDB_SWEEP_INSTANCE
 
 template void vrx_lapack_sbrdb_seq<float>(bool, vrx_int, vrx_int, float*, vrx_int, float*, float*, float*, vrx_int,
                                           float*);

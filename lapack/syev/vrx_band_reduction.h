@@ -26,3 +26,28 @@ inline vrx_int vrx_band_sweep_workspace(vrx_int n, vrx_int kd, bool vectors) {
 template <typename T>
 void vrx_lapack_sbrdb_seq(bool upper, vrx_int n, vrx_int kd, T* ab, vrx_int ldab, vrx_real_t<T>* d,
                           vrx_real_t<T>* e, T* q, vrx_int ldq, T* work);
+
+// The rows beyond the band cleared (the sweeps take them as zeros).
+template <typename T>
+void vrx_lapack_sbrdb_clear(bool upper, vrx_int n, vrx_int kd, T* ab, vrx_int ldab);
+// Sweep i alone (pos null), or beside others: before each step it waits until sweep
+// i - 1 has left the rows the step touches (pos[i - 1] at least its last row + 1), and
+// after it stores in pos[i] the first row it can still touch (n at the end). d[i], e[i]
+// are final when it ends.
+template <typename T>
+void vrx_lapack_sbrdb_sweep(bool upper, vrx_int n, vrx_int kd, T* ab, vrx_int ldab, vrx_real_t<T>* d,
+                            vrx_real_t<T>* e, T* q, vrx_int ldq, T* work, vrx_int i, vrx_int* pos);
+
+// The sweeps on `threads` threads (lower storage): 0 done, -100 when its tables cannot be
+// had (nothing touched), 1 when its scratch cannot be had (nothing touched either; the
+// caller runs the sequential form).
+template <typename T>
+int vrx_lapack_sbrdb_parallel(bool upper, vrx_int n, vrx_int kd, T* ab, vrx_int ldab, vrx_real_t<T>* d,
+                              vrx_real_t<T>* e, T* q, vrx_int ldq, int threads);
+
+// What the last SBRDB call of this thread did, for tests: the threads its sweeps had side
+// by side (0: the sequential form ran).
+struct vrx_sbrdb_trace {
+  int region_threads;
+};
+vrx_sbrdb_trace* vrx_lapack_sbrdb_trace();

@@ -1,7 +1,8 @@
 // Band to tridiagonal reduction in four precisions: random Hermitian (symmetric) band
 // matrices in both storages, with the rows outside the band holding NaN that must be
 // cleared before use, judged by ||A - Q T Q^H|| / (n ||A|| eps) and ||I - Q^H Q|| / (n eps)
-// below 30; d and e without Q the same bits as with it; "U" carrying a given unitary
+// below 30; d and e without Q the same bits as with it; the sweeps side by side on 2, 3
+// and 8 threads agreeing with one thread; "U" carrying a given unitary
 // along; the workspace answer and every check with its report.
 #include <gtest/gtest.h>
 
@@ -71,7 +72,7 @@ TYPED_TEST(SbrdbTest, ReducesBandsInBothStoragesWithAndWithoutQ) {
   // kd 1 (tridiagonal already: for complex data only phases), kd near and beyond n,
   // and chases of one, two and many blocks.
   const shape shapes[] = {{1, 3}, {2, 1}, {3, 1}, {3, 2}, {5, 4}, {6, 9}, {17, 1},
-                          {17, 2}, {23, 5}, {40, 3}, {64, 16}, {150, 7}};
+                          {17, 2}, {23, 5}, {40, 3}, {64, 16}, {110, 7}};
   for (const shape& s : shapes)
     for (const bool upper : {false, true}) {
       const std::vector<T> a = hermitian<T>(s.n, s.kd, static_cast<unsigned>(s.n * 31 + s.kd + upper));
@@ -88,6 +89,41 @@ TYPED_TEST(SbrdbTest, ReducesBandsInBothStoragesWithAndWithoutQ) {
       EXPECT_TRUE(vrx_test_same_bits(plain.d, v.d));
       EXPECT_TRUE(vrx_test_same_bits(plain.e, v.e));
     }
+}
+
+TYPED_TEST(SbrdbTest, SweepsSideBySideGiveTheSequentialResult) {
+  typedef TypeParam T;
+  struct shape {
+    vrx_int n, kd;
+  };
+  // Chases of many blocks, one block (kd n - 3) and bands of 2 and 3.
+  const shape shapes[] = {{4, 2}, {9, 6}, {60, 2}, {90, 3}, {120, 11}};
+  for (const shape& s : shapes) {
+    const std::vector<T> a = hermitian<T>(s.n, s.kd, static_cast<unsigned>(s.n + 5 * s.kd));
+    const vrx_int ldab = 2 * s.kd;
+    const std::vector<T> ab = to_band(a, s.n, s.kd, false, ldab);
+    reduction<T> alone;
+    {
+      vrx_test_forced_threads one(1);
+      alone = reduce<T>("V", "L", s.n, s.kd, ab, ldab);
+      EXPECT_EQ(vrx_lapack_sbrdb_trace()->region_threads, 0);
+    }
+    for (const int t : {2, 3, 8}) {
+      SCOPED_TRACE("n " + std::to_string(s.n) + " kd " + std::to_string(s.kd) + " threads " + std::to_string(t));
+      vrx_test_forced_threads threads(t);
+      const reduction<T> v = reduce<T>("V", "L", s.n, s.kd, ab, ldab);
+      ASSERT_EQ(v.info, 0);
+      EXPECT_EQ(vrx_lapack_sbrdb_trace()->region_threads, t < s.n - 2 ? t : s.n - 2);
+      if (t == 3) EXPECT_LT(residual_ratio<T>(s.n, a, v.q.data(), s.n + 2, v.d.data(), v.e.data()), 30);
+      W worst = 0;
+      for (vrx_int j = 0; j < s.n; ++j)
+        for (vrx_int i = 0; i < s.n; ++i)
+          worst = std::max(worst, std::abs(widen(v.q[i + j * (s.n + 2)]) - widen(alone.q[i + j * (s.n + 2)])));
+      for (vrx_int i = 0; i < s.n; ++i) worst = std::max(worst, std::abs(W(v.d[i]) - W(alone.d[i])));
+      for (vrx_int i = 0; i + 1 < s.n; ++i) worst = std::max(worst, std::abs(W(v.e[i]) - W(alone.e[i])));
+      EXPECT_LT(worst, 30 * s.n * eps_of<T>());
+    }
+  }
 }
 
 TYPED_TEST(SbrdbTest, UpdateCarriesTheGivenUnitaryAlong) {
