@@ -14,6 +14,7 @@
 #include "lapack/band_reduction_check.h"
 #include "lapack/solve_check.h"
 #include "lapack/syev/vrx_band_reduction.h"
+#include "support/child_process.h"
 #include "support/lapack_seams.h"
 
 namespace {
@@ -193,5 +194,15 @@ TYPED_TEST(SbrdbTest, ChecksAndWorkspaceAnswer) {
     EXPECT_EQ(tr::real_part(work[0]), t * n);
     EXPECT_TRUE(vrx_test_same_bits(ab, before));
   }
+}
+
+// In a child process whose base allocator refuses everything, with two threads: the
+// sweeps' tables cannot be had, info is -100 and the band is as it was.
+TEST(SbrdbMemoryTest, RefusedTablesLeaveTheBandUnchanged) {
+  const vrx_child_result r =
+      vrx_test_run(vrx_test_driver("sbrdb_driver"), {"refused", "SDCZ"},
+                   {{"VRX_DISABLE_FAST_MM", "1"}, {"VRX_NUM_THREADS", "2"}, {"VRX_DYNAMIC", "false"}});
+  EXPECT_EQ(r.exit_status, 0);
+  EXPECT_EQ(r.output, "S -100 unchanged\nD -100 unchanged\nC -100 unchanged\nZ -100 unchanged\nok\n");
 }
 }  // namespace
