@@ -42,7 +42,8 @@ void vrx_lapack_sbrdb(const char* vect, const char* uplo, vrx_int n, vrx_int kd,
   int sequential = 1;
   vrx_lapack_sbrdb_trace()->region_threads = 0;
   if (!upper && kd > 1 && n > 3 && threads > 1) {
-    sequential = vrx_lapack_sbrdb_parallel<T>(false, n, kd, ab, ldab, d, e, qv, ldq, threads < n - 2 ? threads : static_cast<int>(n - 2));
+    const int team = threads < n - 2 ? threads : static_cast<int>(n - 2);
+    sequential = vrx_lapack_sbrdb_parallel<T>(false, n, kd, ab, ldab, d, e, qv, ldq, team);
     if (sequential == -100) {
       *info = -100;
       return;

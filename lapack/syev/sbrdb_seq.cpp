@@ -26,19 +26,6 @@ struct band_matrix {
   }
 };
 
-// A := H^H A H on the order-m diagonal block at c, H = I - tau v v^H, by a rank-2 update
-// with w = x - (tau / 2)(x^H v) v, x = tau A v; x is scratch of m elements.
-template <typename T>
-void both_sides(const char* uplo, vrx_int m, T tau, const T* v, T* c, vrx_int ldc, T* x) {
-  typedef vrx_traits<T> tr;
-  const vrx_int inc = 1;
-  const T zero = tr::make(0, 0), minus_one = tr::make(-1, 0);
-  vrx_syev_blas<T>::symv(uplo, &m, &tau, c, &ldc, v, &inc, &zero, x, &inc);
-  const T alpha = tr::scale(static_cast<vrx_real_t<T>>(-0.5), tau * vrx_blas_level1<T>()->dotc(m, x, v));
-  vrx_blas_level1<T>()->axpy(m, alpha, v, x);
-  vrx_syev_blas<T>::syr2(uplo, &m, &minus_one, v, &inc, x, &inc, c, &ldc);
-}
-
 // One step of a sweep: the reflector that annihilates rows r + 1 .. r + m - 1 of column c
 // and its applications. Returns the rows below the block that the reflector reached.
 template <typename T>
@@ -61,7 +48,7 @@ vrx_int step(const band_matrix<T>& b, vrx_int n, vrx_int kd, vrx_int c, vrx_int 
     if (b.upper) vrx_lapack_larf<T>("R", rest, m, v, 1, tau, &b.at(c + 1, r), b.ld, x);
     else vrx_lapack_larf<T>("L", m, rest, v, 1, tau_h, &b.at(r, c + 1), b.ld, x);
   }
-  both_sides(b.upper ? "U" : "L", m, tau, v, &b.at(r, r), b.ld, x);
+  vrx_syev_reflect_both_sides(b.upper ? "U" : "L", m, tau, v, &b.at(r, r), b.ld, x);
   // The block below the diagonal block: here the next bulge appears.
   if (below > 0) {
     if (b.upper) vrx_lapack_larf<T>("L", m, below, v, 1, tau_h, &b.at(r, r + m), b.ld, x);

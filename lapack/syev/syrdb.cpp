@@ -9,6 +9,8 @@
 // Reflector c (0 <= c < n - kd - 1) acts on rows c + kd .. n - 1, v(0) = 1 implied, its
 // other elements in A(c + kd + 1 .., c) (lower) or conjugated in A(c, c + kd + 1 ..)
 // (upper), its scalar in tau[c].
+#include <type_traits>
+
 #include "blas/level2/level2_common.h"
 #include "lapack/aux/vrx_aux.h"
 #include "lapack/householder/vrx_householder.h"
@@ -19,24 +21,14 @@
 #include "lapack/vrx_lapack_blas.h"
 
 namespace {
+// SYMM for real data, HEMM for complex data.
 template <typename T>
-struct hermitian_product;
-template <>
-struct hermitian_product<float> {
-  static constexpr auto symm = vrx_blas_ssymm;
-};
-template <>
-struct hermitian_product<double> {
-  static constexpr auto symm = vrx_blas_dsymm;
-};
-template <>
-struct hermitian_product<vrx_complex_float> {
-  static constexpr auto symm = vrx_blas_chemm;
-};
-template <>
-struct hermitian_product<vrx_complex_double> {
-  static constexpr auto symm = vrx_blas_zhemm;
-};
+constexpr vrx_symm_fn_type<T>* hermitian_product() {
+  if constexpr (std::is_same_v<T, float>) return vrx_blas_ssymm;
+  else if constexpr (std::is_same_v<T, double>) return vrx_blas_dsymm;
+  else if constexpr (std::is_same_v<T, vrx_complex_float>) return vrx_blas_chemm;
+  else return vrx_blas_zhemm;
+}
 
 template <typename T>
 constexpr const char* family() {
@@ -120,7 +112,7 @@ void reduce_panel(const stage_one<T>& s, vrx_int j0, vrx_int pb) {
   const char adjoint[2] = {tr::adjoint, 0};
   T* a22 = &s.at(p0, p0);
   // W = A V T - 1/2 V (T^H (V^H A V T)).
-  hermitian_product<T>::symm("L", uplo, &mp, &pb, &one, a22, &s.lda, v, &ldv, &zero, w, &ldv);
+  hermitian_product<T>()("L", uplo, &mp, &pb, &one, a22, &s.lda, v, &ldv, &zero, w, &ldv);
   blas::trmm("R", "U", "N", "N", &mp, &pb, &one, t, &b, w, &ldv);
   blas::gemm(adjoint, "N", &pb, &pb, &mp, &one, v, &ldv, w, &ldv, &zero, z, &b);
   blas::trmm("L", "U", adjoint, "N", &pb, &pb, &one, t, &b, z, &b);

@@ -6,6 +6,7 @@
 #include <cmath>
 #include <complex>
 #include <cstdint>
+#include <limits>
 #include <vector>
 
 #include "service/vrx_traits.h"
@@ -42,6 +43,12 @@ std::vector<T> hermitian(int64_t n, int64_t kd, unsigned seed) {
       a[j + i * n] = tr::make(re, -im);
     }
   return a;
+}
+
+template <typename T>
+T not_a_number() {
+  const vrx_real_t<T> q = std::numeric_limits<vrx_real_t<T>>::quiet_NaN();
+  return vrx_traits<T>::make(q, q);
 }
 
 inline W one_norm(const std::vector<C>& m, int64_t n) {

@@ -24,12 +24,6 @@ typedef testing::Types<float, double, vrx_complex_float, vrx_complex_double> ele
 TYPED_TEST_SUITE(SbrdbTest, element_types);
 using namespace vrx_band_test;
 
-template <typename T>
-T not_a_number() {
-  const vrx_real_t<T> q = std::numeric_limits<vrx_real_t<T>>::quiet_NaN();
-  return vrx_traits<T>::make(q, q);
-}
-
 // The band of the dense a in band storage (see the band header), NaN elsewhere.
 template <typename T>
 std::vector<T> to_band(const std::vector<T>& a, int64_t n, int64_t kd, bool upper, int64_t ldab) {

@@ -31,8 +31,7 @@ bool stored(bool upper, int64_t i, int64_t j) {
 // a (leading dimension n) with NaN outside the stored triangle, leading dimension lda.
 template <typename T>
 std::vector<T> as_stored(const std::vector<T>& a, int64_t n, int64_t lda, bool upper) {
-  const vrx_real_t<T> nan = std::numeric_limits<vrx_real_t<T>>::quiet_NaN();
-  std::vector<T> s(static_cast<std::size_t>(lda * n), vrx_traits<T>::make(nan, nan));
+  std::vector<T> s(static_cast<std::size_t>(lda * n), not_a_number<T>());
   for (int64_t j = 0; j < n; ++j)
     for (int64_t i = 0; i < n; ++i)
       if (stored<T>(upper, i, j)) s[i + j * lda] = a[i + j * n];
