@@ -9,18 +9,16 @@
 #include <cstdint>
 #include <vector>
 
-#include "tests/support/gemm_typed_reference.h"
+#include "tests/support/householder_check.h"
 
 namespace vrx_test_ls {
 template <typename T>
-using wide = std::complex<vrx_test_wide_t<T>>;
-
+using wide = vrx_test_wide_complex<T>;
 template <typename T>
 wide<T> widen(T x) {
-  vrx_test_wide_t<T> re, im;
-  vrx_test_detail::parts(x, &re, &im);
-  return {re, im};
+  return vrx_test_widen(x);
 }
+using vrx_test_detail::ratio_or_huge;
 
 // op(A), wide, column-major rows by cols.
 template <typename T>
@@ -54,12 +52,6 @@ double frobenius(const std::vector<std::complex<W>>& x) {
   W sum = 0;
   for (const auto& v : x) sum += std::norm(v);
   return static_cast<double>(std::sqrt(sum));
-}
-
-inline double ratio_or_huge(double value, double scale) {
-  if (!(value == value) || !(scale == scale)) return 1e30;
-  if (scale == 0) return value == 0 ? 0 : 1e30;
-  return value / scale;
 }
 
 template <typename T>
