@@ -8,7 +8,8 @@
 //
 // Reflector c (0 <= c < n - kd - 1) acts on rows c + kd .. n - 1, v(0) = 1 implied, its
 // other elements in A(c + kd + 1 .., c) (lower) or conjugated in A(c, c + kd + 1 ..)
-// (upper), its scalar in tau[c].
+// (upper), its scalar in tau[c]. For "V", q may be a itself (ldq = lda): Q is formed
+// there once the band has been copied out.
 #include <type_traits>
 
 #include "blas/level2/level2_common.h"
@@ -125,16 +126,19 @@ void reduce_panel(const stage_one<T>& s, vrx_int j0, vrx_int pb) {
 }
 
 // Q from the stored reflectors: identity on the first kd rows and columns, ORGQR of the
-// reflectors copied into the rest.
+// reflectors copied into the rest. q may be a itself (once the band has been copied out):
+// the lower form moves each column kd to the right, last first, and the upper form
+// writes below the diagonal what it reads above.
 template <typename T>
 void form_q(const stage_one<T>& s, T* work, vrx_int lwork) {
   typedef vrx_traits<T> tr;
   const vrx_int n = s.n, kd = s.kd, m = n - kd, k = n - kd - 1, ldq = s.ldq;
-  vrx_lapack_laset<T>("Full", n, n, T{}, tr::make(1, 0), s.q, ldq);
   T* qs = s.q + kd + kd * ldq;
-  for (vrx_int c = 0; c < k; ++c)
+  for (vrx_int c = k - 1; c >= 0; --c)
     for (vrx_int i = 1; c + i < m; ++i)
       qs[c + i + c * ldq] = s.upper ? tr::conj(s.at(c, c + kd + i)) : s.at(c + kd + i, c);
+  vrx_lapack_laset<T>("Full", kd, n, T{}, tr::make(1, 0), s.q, ldq);
+  vrx_lapack_laset<T>("Full", m, kd, T{}, T{}, s.q + kd, ldq);
   vrx_int info = 0;
   vrx_lapack_orgqr<T>(m, m, k, qs, ldq, s.tau, work, lwork, &info);
 }
@@ -189,9 +193,9 @@ void vrx_lapack_syrdb(const char* jobz, const char* uplo, vrx_int n, vrx_int kd,
   const stage_one<T> s = {upper, n, kd, a, lda, tau, q, ldq, update_q, work,
                           layout_for(n, kd, b, update_q)};
   for (vrx_int j0 = 0; j0 < n - kd - 1; j0 += b) reduce_panel(s, j0, b < n - kd - 1 - j0 ? b : n - kd - 1 - j0);
-  if (vectors && !update_q) form_q(s, work, lwork);
 
-  // The band into band storage (ldab 2 kd) at the start of work, and its reduction.
+  // The band into band storage (ldab 2 kd) at the start of work, Q formed after it, and
+  // the band's reduction.
   const vrx_int ldab = 2 * kd;
   T* ab = work;
   for (vrx_int j = 0; j < n; ++j)
@@ -199,6 +203,7 @@ void vrx_lapack_syrdb(const char* jobz, const char* uplo, vrx_int n, vrx_int kd,
       if (upper && j - k >= 0) ab[2 * kd - 1 - k + j * ldab] = a[j - k + j * lda];
       if (!upper && j + k < n) ab[k + j * ldab] = a[j + k + j * lda];
     }
+  if (vectors && !update_q) form_q(s, work + ldab * n, lwork - ldab * n);
   vrx_int inner = 0;
   vrx_lapack_sbrdb<T>(vectors ? "U" : "N", uplo, n, kd, ab, ldab, d, e, q, ldq, work + ldab * n, lwork - ldab * n,
                       &inner);

@@ -119,6 +119,28 @@ TYPED_TEST(SyrdbTest, ReducesWithQFormedUpdatedOrNone) {
     }
 }
 
+TYPED_TEST(SyrdbTest, QFormedInPlaceOfTheMatrix) {
+  typedef TypeParam T;
+  const vrx_int n = 37, kd = 6, lda = n + 3;
+  for (const bool upper : {false, true}) {
+    const std::vector<T> a = hermitian<T>(n, n, 11 + upper);
+    const result<T> apart = run<T>("V", upper, n, kd, a, 0);
+    std::vector<T> in_place = as_stored(a, n, lda, upper), tau(n), work(apart.work.size());
+    std::vector<vrx_real_t<T>> d(n), e(n);
+    vrx_int info = -5;
+    vrx_lapack_syrdb<T>("V", upper ? "U" : "L", n, kd, in_place.data(), lda, d.data(), e.data(), tau.data(),
+                        in_place.data(), lda, work.data(), static_cast<vrx_int>(work.size()), &info);
+    ASSERT_EQ(info, 0);
+    EXPECT_TRUE(vrx_test_same_bits(d, apart.d));
+    EXPECT_TRUE(vrx_test_same_bits(e, apart.e));
+    bool same = true;
+    for (vrx_int j = 0; j < n; ++j)
+      for (vrx_int i = 0; i < n; ++i)
+        same = same && std::memcmp(&in_place[i + j * lda], &apart.q[i + j * (n + 1)], sizeof(T)) == 0;
+    EXPECT_TRUE(same) << (upper ? "U" : "L");
+  }
+}
+
 vrx_int band_key = 4;
 vrx_int answer_band_key(const vrx_int* ispec, const char* name, const char* opts, const vrx_int* n1, const vrx_int* n2,
                         const vrx_int* n3, const vrx_int* n4, vrx_int name_length, vrx_int opts_length) {
