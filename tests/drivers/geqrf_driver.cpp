@@ -18,17 +18,11 @@
 #include "service/vrx_serv.h"
 #include "support/precision_letters.h"
 #include "support/refused_memory.h"
+#include "support/stopping_hook.h"
 
 namespace {
 bool failed = false;
 
-int stop_at = 1 << 30;
-char hook_stage[8];
-int stopping_hook(const int*, const int* step, const char* stage, int length) {
-  if (*step < stop_at) return 0;
-  std::snprintf(hook_stage, sizeof hook_stage, "%.*s", length < 7 ? length : 7, stage);
-  return 1;
-}
 
 // The host routine with the workspace it asks for; returns info.
 template <typename T>
@@ -67,12 +61,12 @@ void run(const std::string& mode) {
     std::printf("%c queue threads %d region %d\n", letter, trace->queue_threads, trace->region_threads);
   } else if (mode == "stop") {
     for (int at : {1, 50}) {
-      hook_stage[0] = 0;
-      stop_at = at;
+      vrx_test_hook_stage[0] = 0;
+      vrx_test_stop_at = at;
       const vrx_int info = factor<T>(300, 200, false);
-      stop_at = 1 << 30;
+      vrx_test_stop_at = 1 << 30;
       std::printf("%c stop %d path %d info %lld stage %s\n", letter, at, vrx_lapack_geqrf_trace()->path,
-                  (long long)info, hook_stage);
+                  (long long)info, vrx_test_hook_stage);
     }
   } else if (mode == "refused") {
     factor<T>(120, 120, true);
@@ -85,7 +79,7 @@ void run(const std::string& mode) {
 int main(int argc, char** argv) {
   if (argc < 2) return 2;
   const std::string mode = argv[1];
-  if (mode == "stop") vrx_serv_set_progress(stopping_hook);
+  if (mode == "stop") vrx_serv_set_progress(vrx_test_stopping_hook);
   if (mode == "refused" && !vrx_test_refuse_memory("nomemory")) return 2;
   vrx_test_for_each_letter("SDCZ", [&](auto element) { run<decltype(element)>(mode); });
   std::printf(failed ? "failed\n" : "ok\n");

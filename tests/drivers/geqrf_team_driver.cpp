@@ -22,6 +22,7 @@
 #include "support/counted_blocks.h"
 #include "support/precision_letters.h"
 #include "support/refused_memory.h"
+#include "support/stopping_hook.h"
 
 namespace {
 bool failed = false;
@@ -31,8 +32,6 @@ struct run_case {
   int t;
 };
 
-int stop_at = 1 << 30;
-int stopping_hook(const int*, const int* step, const char*, int) { return *step >= stop_at ? 1 : 0; }
 
 template <typename T>
 vrx_int factor(const run_case& c, std::vector<T>* qr, vrx_int lda, std::vector<T>* tau) {
@@ -53,9 +52,9 @@ void run(const std::string& action, const run_case& c, int step) {
     factor(c, &qr, lda, &tau);  // brings every thread's records in
     qr = a;
     const long before = __atomic_load_n(&vrx_test_live_blocks, __ATOMIC_RELAXED);
-    stop_at = step;
+    vrx_test_stop_at = step;
     const vrx_int info = factor(c, &qr, lda, &tau);
-    stop_at = 1 << 30;
+    vrx_test_stop_at = 1 << 30;
     std::printf("%c stop at %d: info %lld held %ld\n", letter, step, (long long)info,
                 __atomic_load_n(&vrx_test_live_blocks, __ATOMIC_RELAXED) - before);
     return;
@@ -79,7 +78,7 @@ void run(const std::string& action, const run_case& c, int step) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  vrx_serv_set_progress(stopping_hook);
+  vrx_serv_set_progress(vrx_test_stopping_hook);
   vrx_test_count_blocks();
   int i = 1;
   while (i < argc) {

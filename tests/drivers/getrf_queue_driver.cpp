@@ -25,6 +25,7 @@
 #include "service/vrx_serv.h"
 #include "support/lu_check.h"
 #include "support/refused_memory.h"
+#include "support/stopping_hook.h"
 
 namespace {
 bool failed = false;
@@ -57,14 +58,7 @@ void run_host(const vrx_test_queue_host_case& c) {
   check(c.name, c.m, c.n, a, lu, lda, ipiv);
 }
 
-// ---- the progress hook, and blocks of the base allocator still held ----
-int stop_at = 1 << 30;
-char hook_stage[8];
-int stopping_hook(const int*, const int* step, const char* stage, int length) {
-  if (*step < stop_at) return 0;
-  std::snprintf(hook_stage, sizeof hook_stage, "%.*s", length < 7 ? length : 7, stage);
-  return 1;
-}
+// ---- blocks of the base allocator still held ----
 
 long live_blocks = 0;
 vrx_base_allocator underlying;
@@ -105,18 +99,18 @@ void run_stop() {
   std::vector<vrx_int> ipiv(n);
   std::vector<T> lu = a;
   int status;
-  stop_at = 1 << 30;
+  vrx_test_stop_at = 1 << 30;
   queue_call(n, n, &lu, &ipiv, &status);
   for (int at : {8, 100, 196}) {
     lu = a;
-    hook_stage[0] = 0;
+    vrx_test_hook_stage[0] = 0;
     const long before = __atomic_load_n(&live_blocks, __ATOMIC_RELAXED);
-    stop_at = at;
+    vrx_test_stop_at = at;
     const vrx_int info = queue_call(n, n, &lu, &ipiv, &status);
-    stop_at = 1 << 30;
+    vrx_test_stop_at = 1 << 30;
     const long after = __atomic_load_n(&live_blocks, __ATOMIC_RELAXED);
     std::printf("%c stop %d status %d info %lld stage %s leaked %ld\n", vrx_traits<T>::letter, at, status,
-                (long long)info, hook_stage, after - before);
+                (long long)info, vrx_test_hook_stage, after - before);
   }
 }
 
@@ -155,7 +149,7 @@ int main(int argc, char** argv) {
   if (argc < 2) return 2;
   const std::string mode = argv[1];
   if (mode == "stop") {
-    vrx_serv_set_progress(stopping_hook);
+    vrx_serv_set_progress(vrx_test_stopping_hook);
     count_blocks();
   }
   if (mode == "refused" && !vrx_test_refuse_memory("nomemory")) return 2;

@@ -31,6 +31,7 @@
 #include "support/counted_blocks.h"
 #include "support/refused_memory.h"
 #include "support/precision_letters.h"
+#include "support/stopping_hook.h"
 
 namespace {
 bool failed = false;
@@ -39,10 +40,6 @@ struct run_case {
   vrx_int m, n, nb, team_size;
   int t;
 };
-
-// ---- the progress hook ----
-int stop_at = 1 << 30;
-int stopping_hook(const int*, const int* step, const char*, int) { return *step >= stop_at ? 1 : 0; }
 
 // One factorisation by the action's road, with the chosen answers in place.
 struct factored {
@@ -107,9 +104,9 @@ void run(const std::string& action, const run_case& c, int step) {
     factor<T>("team", c, &lu, lda, &ipiv);  // brings every thread's records in
     lu = a;
     const long before = __atomic_load_n(&vrx_test_live_blocks, __ATOMIC_RELAXED);
-    stop_at = step;
+    vrx_test_stop_at = step;
     const factored f = factor<T>("team", c, &lu, lda, &ipiv);
-    stop_at = 1 << 30;
+    vrx_test_stop_at = 1 << 30;
     std::printf("%c stop at %d: info %lld held %ld\n", vrx_traits<T>::letter, step, (long long)f.info,
                 __atomic_load_n(&vrx_test_live_blocks, __ATOMIC_RELAXED) - before);
     return;
@@ -137,7 +134,7 @@ void run(const std::string& action, const run_case& c, int step) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  vrx_serv_set_progress(stopping_hook);
+  vrx_serv_set_progress(vrx_test_stopping_hook);
   vrx_test_count_blocks();
   int i = 1;
   while (i < argc) {
