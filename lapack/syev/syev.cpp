@@ -1,7 +1,8 @@
 // All eigenvalues and optionally the eigenvectors of a symmetric (SYEV) or Hermitian
-// (HEEV) matrix: scale into the safe range, reduce to tridiagonal form, then the root-free
-// iteration for eigenvalues alone, or the generated Q and the implicit iteration on it for
-// vectors, and scale the eigenvalues back.
+// (HEEV) matrix: scale into the safe range, reduce to tridiagonal form (in one stage, or
+// through a band for large orders when the workspace allows), then the root-free
+// iteration for eigenvalues alone, or the iteration on the reduction's Q for vectors, and
+// scale the eigenvalues back.
 //
 // Work layout: real members keep e at 0, tau at n and the reduction's workspace from 2n;
 // the Hermitian members keep e in rwork (the iteration's workspace after it), tau at 0
@@ -106,9 +107,6 @@ void vrx_lapack_syev(const char* jobz, const char* uplo, vrx_int n, T* a, vrx_in
   vrx_int inner = 0;
   if (scaled) vrx_lapack_lascl<T>(triangle, 0, 0, 1, sigma, n, n, a, lda, &inner);
 
-  // The band reduction arrives with its own routines (full to band, band to tridiagonal
-  // and the blocked back-transformation); until then a call that would take the band
-  // path (plan.band) takes the tridiagonal path below, which gives the same results.
   R* e;
   R* iteration_work;
   T* tau;
@@ -123,12 +121,24 @@ void vrx_lapack_syev(const char* jobz, const char* uplo, vrx_int n, T* a, vrx_in
   }
   T* rest = work + names<T>::rest(n);
   const vrx_int rest_size = lwork - names<T>::rest(n);
-  vrx_lapack_sytrd<T>(uplo, n, a, lda, w, e, tau, rest, rest_size, &inner);
-  if (!vectors) {
-    vrx_lapack_sterf<R>(n, w, e, info);
+  if (plan.band) {
+    // Two stages through a band; with vectors the reduction leaves its Q in a, on which
+    // the iteration runs directly.
+    vrx_lapack_syrdb<T>(jobz, uplo, n, -1, a, lda, w, e, tau, a, lda, rest, rest_size, &inner);
+    if (inner < 0) {
+      *info = inner;  // its tables could not be had
+      return;
+    }
+    if (!vectors) vrx_lapack_sterf<R>(n, w, e, info);
+    else vrx_lapack_steqr<T>("V", n, w, e, a, lda, iteration_work, info);
   } else {
-    vrx_lapack_orgtr<T>(uplo, n, a, lda, tau, rest, rest_size, &inner);
-    vrx_lapack_steqr<T>("V", n, w, e, a, lda, iteration_work, info);
+    vrx_lapack_sytrd<T>(uplo, n, a, lda, w, e, tau, rest, rest_size, &inner);
+    if (!vectors) {
+      vrx_lapack_sterf<R>(n, w, e, info);
+    } else {
+      vrx_lapack_orgtr<T>(uplo, n, a, lda, tau, rest, rest_size, &inner);
+      vrx_lapack_steqr<T>("V", n, w, e, a, lda, iteration_work, info);
+    }
   }
 
   if (scaled) {

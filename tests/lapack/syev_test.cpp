@@ -19,6 +19,7 @@
 #include <vector>
 
 #include "lapack/solve_check.h"
+#include "lapack/syev/vrx_band_reduction.h"
 #include "lapack/syev/vrx_sytrd.h"
 #include "support/lapack_seams.h"
 
@@ -294,8 +295,9 @@ TYPED_TEST(SyevTest, HardSpectraAndScaling) {
 }
 
 // The answer of a query is the larger of the reduction's and the band reduction's
-// workspaces plus the room before the reduction's part; a call with that lwork (band
-// road chosen) and one with the least lwork (narrower panels) both solve the problem.
+// workspaces plus the room before the reduction's part; a call with that lwork takes the
+// band path in both triangles and one with the least lwork (narrower panels) the
+// one-stage path, and both solve the problem.
 TYPED_TEST(SyevTest, WorkspaceQueryAnswersTheFormula) {
   typedef TypeParam T;
   vrx_test_tuning_seam hold(seam);
@@ -319,7 +321,12 @@ TYPED_TEST(SyevTest, WorkspaceQueryAnswersTheFormula) {
       const vrx_int band = n * (3 * 4 + 3) + threads * n + (vectors ? 2 * ((4 + 2) * n + 5 * 4 * (n + 4)) : 0);
       ASSERT_EQ(run<T>(jobz, "L", n, a.data(), n, w.data(), &size, -1, rwork.data()), 0);
       EXPECT_EQ(vrx_traits<T>::real_part(size), std::max<vrx_int>(band, n * 5) + rest) << what;
-      solve_and_judge<T>(p, jobz, "L", "band lwork " + what);
+      for (const char* uplo : {"L", "U"}) {
+        // The band path runs the band-to-tridiagonal sweeps, which leave their trace.
+        vrx_lapack_sbrdb_trace()->region_threads = -1;
+        solve_and_judge<T>(p, jobz, uplo, std::string("band lwork ") + uplo + " " + what);
+        EXPECT_NE(vrx_lapack_sbrdb_trace()->region_threads, -1) << uplo << " " << what;
+      }
       judge(p, solve<T>(p, jobz, "U", rest + n - 1), vectors, "least lwork " + what);
       // A band as wide as the matrix is no band: the reduction's answer again.
       answers.kd = n + 5;
