@@ -10,19 +10,6 @@ template <typename T>
 inline T real_only(T x) {
   return vrx_traits<T>::make(vrx_traits<T>::real_part(x), 0);
 }
-
-// The rank-2 update of the order-m block at c by the reflector (v, tau), v(first) = 1
-// already in place; x goes into `x` (m elements).
-template <typename T>
-void two_sided(const char* uplo, vrx_int m, T tau, const T* v, T* c, vrx_int ldc, T* x) {
-  typedef vrx_traits<T> tr;
-  const vrx_int inc = 1;
-  const T zero = tr::make(0, 0), minus_one = tr::make(-1, 0);
-  vrx_syev_blas<T>::symv(uplo, &m, &tau, c, &ldc, v, &inc, &zero, x, &inc);
-  const T alpha = tr::scale(static_cast<vrx_real_t<T>>(-0.5), tau * vrx_blas_level1<T>()->dotc(m, x, v));
-  vrx_blas_level1<T>()->axpy(m, alpha, v, x);
-  vrx_syev_blas<T>::syr2(uplo, &m, &minus_one, v, &inc, x, &inc, c, &ldc);
-}
 }  // namespace
 
 template <typename T>
@@ -40,7 +27,7 @@ void vrx_lapack_sytd2(bool upper, vrx_int n, T* a, vrx_int lda, vrx_real_t<T>* d
       e[i] = tr::real_part(alpha);
       if (!tr::is_zero(taui)) {
         at(i, i + 1) = one;
-        two_sided("U", i + 1, taui, &at(0, i + 1), a, lda, tau);
+        vrx_syev_reflect_both_sides("U", i + 1, taui, &at(0, i + 1), a, lda, tau);
       } else {
         at(i, i) = real_only(at(i, i));
       }
@@ -60,7 +47,7 @@ void vrx_lapack_sytd2(bool upper, vrx_int n, T* a, vrx_int lda, vrx_real_t<T>* d
     e[i] = tr::real_part(alpha);
     if (!tr::is_zero(taui)) {
       at(i + 1, i) = one;
-      two_sided("L", m, taui, &at(i + 1, i), &at(i + 1, i + 1), lda, tau + i);
+      vrx_syev_reflect_both_sides("L", m, taui, &at(i + 1, i), &at(i + 1, i + 1), lda, tau + i);
     } else {
       at(i + 1, i + 1) = real_only(at(i + 1, i + 1));
     }

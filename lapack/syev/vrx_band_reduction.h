@@ -9,19 +9,6 @@
 #pragma once
 #include "lapack/syev/vrx_sytrd.h"
 
-// A := H^H A H on the order-m Hermitian block at c (triangle uplo), H = I - tau v v^H,
-// as a rank-2 update with w = x - (tau / 2)(x^H v) v, x = tau A v; x is scratch of m.
-template <typename T>
-inline void vrx_syev_reflect_both_sides(const char* uplo, vrx_int m, T tau, const T* v, T* c, vrx_int ldc, T* x) {
-  typedef vrx_traits<T> tr;
-  const vrx_int inc = 1;
-  const T zero = tr::make(0, 0), minus_one = tr::make(-1, 0);
-  vrx_syev_blas<T>::symv(uplo, &m, &tau, c, &ldc, v, &inc, &zero, x, &inc);
-  const T alpha = tr::scale(static_cast<vrx_real_t<T>>(-0.5), tau * vrx_blas_level1<T>()->dotc(m, x, v));
-  vrx_blas_level1<T>()->axpy(m, alpha, v, x);
-  vrx_syev_blas<T>::syr2(uplo, &m, &minus_one, v, &inc, x, &inc, c, &ldc);
-}
-
 // Room the stored reflectors' blocked application to Q asks for.
 inline vrx_int vrx_band_q_workspace(vrx_int n, vrx_int kd) { return 2 * ((kd + 2) * n + 5 * kd * (n + kd)); }
 

@@ -27,6 +27,19 @@ VRX_SYEV_BLAS_MEMBERS(vrx_complex_float, c, CHEMV, CHER2, CHER2K, her2k)
 VRX_SYEV_BLAS_MEMBERS(vrx_complex_double, z, ZHEMV, ZHER2, ZHER2K, her2k)
 #undef VRX_SYEV_BLAS_MEMBERS
 
+// A := H^H A H on the order-m Hermitian block at c (triangle uplo), H = I - tau v v^H,
+// as a rank-2 update with w = x - (tau / 2)(x^H v) v, x = tau A v; x is scratch of m.
+template <typename T>
+inline void vrx_syev_reflect_both_sides(const char* uplo, vrx_int m, T tau, const T* v, T* c, vrx_int ldc, T* x) {
+  typedef vrx_traits<T> tr;
+  const vrx_int inc = 1;
+  const T zero = tr::make(0, 0), minus_one = tr::make(-1, 0);
+  vrx_syev_blas<T>::symv(uplo, &m, &tau, c, &ldc, v, &inc, &zero, x, &inc);
+  const T alpha = tr::scale(static_cast<vrx_real_t<T>>(-0.5), tau * vrx_blas_level1<T>()->dotc(m, x, v));
+  vrx_blas_level1<T>()->axpy(m, alpha, v, x);
+  vrx_syev_blas<T>::syr2(uplo, &m, &minus_one, v, &inc, x, &inc, c, &ldc);
+}
+
 // The edge of part `part` of `parts` over n rows or columns of a triangle, so that every
 // part gets about the same area. `growing`: the line at index k holds about k elements
 // (rows of a lower triangle, columns of an upper one); otherwise about n - k.
