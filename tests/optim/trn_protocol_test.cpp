@@ -3,7 +3,6 @@
 // the point handed to the caller, and a step that fails.
 #include <gtest/gtest.h>
 
-#include <dlfcn.h>
 
 #include <cfloat>
 #include <cmath>
@@ -362,14 +361,4 @@ TEST(TrustRegionStops, FailedStepKeepsTheRequest) {
   EXPECT_EQ(r.iter, 0);
   EXPECT_EQ(x, 0.5);
   finish(f, &h);
-}
-
-// The shared library exports all eight entries.
-TEST(TrustRegionInit, SharedLibraryExportsTheEntries) {
-  void* library = dlopen(VRX_SHARED_LIBRARY, RTLD_NOW | RTLD_LOCAL);
-  ASSERT_NE(library, nullptr) << dlerror();
-  for (const char* entry : {"dtrnlsp_init", "dtrnlsp_solve", "dtrnlsp_get", "dtrnlsp_delete", "dtrnlspbc_init",
-                            "dtrnlspbc_solve", "dtrnlspbc_get", "dtrnlspbc_delete"})
-    EXPECT_NE(dlsym(library, entry), nullptr) << entry;
-  dlclose(library);
 }
